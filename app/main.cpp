@@ -1,0 +1,54 @@
+// The tray application.
+#include "app/AppDelegate.h"
+#include "app/TerminationSignals.h"
+#include "app/WiFiBackend.h"
+#include "services/SingleInstance.h"
+
+#include <QApplication>
+#include <QLoggingCategory>
+
+namespace {
+Q_LOGGING_CATEGORY(lcApp, "vantrel.app")
+}
+
+int main(int argc, char** argv) {
+    using namespace vantrel;
+
+    // Before any thread exists: it may move the process into a network namespace of its own.
+    auto wifi = chooseWiFiBackend();
+    if (!wifi) {
+        qCCritical(lcApp, "%s", qUtf8Printable(wifi.error().text()));
+        return 1;
+    }
+    const QString activationToken = SingleInstance::activationTokenOfThisStart();
+
+    QApplication application(argc, argv);
+    QApplication::setApplicationName(QStringLiteral("Vantrel"));
+    QApplication::setDesktopFileName(QStringLiteral("vantrel"));
+    QApplication::setApplicationVersion(QStringLiteral(VANTREL_VERSION));
+    QApplication::setQuitOnLastWindowClosed(false); // it lives in the tray
+
+    const auto instance = SingleInstance::claim(activationToken);
+    if (!instance) {
+        qCWarning(lcApp, "%s", qUtf8Printable(instance.error().text()));
+        return 1;
+    }
+    if (!*instance) {
+        return 0; // another instance runs and has been brought forward
+    }
+
+    AppDelegate delegate(
+        {.wifi = std::move(*wifi), .version = QApplication::applicationVersion(), .sendTrackingReport = {}});
+    const TerminationSignals signals_;
+    QObject::connect(&delegate, &AppDelegate::quitRequested, &application, &QCoreApplication::quit,
+                     Qt::QueuedConnection);
+    QObject::connect(&signals_, &TerminationSignals::terminationRequested, &application, &QCoreApplication::quit);
+    QObject::connect(instance->get(), &SingleInstance::activationRequested, &delegate,
+                     [&delegate] { static_cast<void>(delegate.applicationShouldHandleReopen(false)); });
+
+    delegate.applicationWillFinishLaunching();
+    delegate.applicationDidFinishLaunching();
+    const int status = QApplication::exec();
+    delegate.applicationWillTerminate();
+    return status;
+}

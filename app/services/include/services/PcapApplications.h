@@ -1,0 +1,23 @@
+// The installed applications that open capture files, and which of them the user prefers.
+//
+// Each call asks the desktop's application database (GIO) anew, for the content type that it gives to an empty sample
+// file. Main thread; a call reads .desktop files and may take some milliseconds.
+#pragma once
+
+#include <QString>
+#include <vector>
+
+namespace vantrel {
+
+struct PcapApplication {
+    QString path; // of its .desktop file
+    QString name; // as shown to the user, in the user's language
+};
+
+// Applications registered for the type itself; ones for any file at all, such as hex editors, are not among them.
+[[nodiscard]] std::vector<PcapApplication> pcapApplications();
+
+// The path of the default one of these, else of the first; empty when there is none.
+[[nodiscard]] QString defaultPcapApplication();
+
+} // namespace vantrel

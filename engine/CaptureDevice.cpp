@@ -1,0 +1,195 @@
+#include "engine/CaptureDevice.h"
+
+#include "CaptureTexts.h"
+
+#include <QDeadlineTimer>
+#include <algorithm>
+#include <array>
+#include <pcap/pcap.h>
+#include <poll.h>
+#include <sys/socket.h>
+
+namespace vantrel {
+
+namespace {
+
+constexpr int timeoutMilliseconds = 100;
+// libpcap's own 2 MiB lose frames at a million a second; 8 MiB lost none (docs/performance.md).
+constexpr int kernelBufferBytes = 8 * 1024 * 1024;
+constexpr int loopBroken = PCAP_ERROR_BREAK;
+
+} // namespace
+
+std::unique_ptr<CaptureDevice> CaptureDevice::create(CWInterface& interface) {
+    auto monitorMode = interface.beginMonitorMode();
+    if (!monitorMode) {
+        qCWarning(lcCapture, "beginMonitorMode() failed: %s", qUtf8Printable(monitorMode.error().text()));
+    }
+    FileDescriptor stream = monitorMode ? (*monitorMode)->takeStream() : FileDescriptor();
+    const QString name = monitorMode ? (*monitorMode)->deviceName() : interface.interfaceName();
+    std::unique_ptr<CaptureDevice> device(new CaptureDevice(monitorMode ? std::move(*monitorMode) : nullptr, name));
+    const bool made = stream.isOpen() ? device->openStream(std::move(stream)) : device->openLive();
+    return made ? std::move(device) : nullptr;
+}
+
+CaptureDevice::CaptureDevice(std::unique_ptr<MonitorMode> monitorMode, QString name)
+    : _monitorMode(std::move(monitorMode)),
+      _name(std::move(name)),
+      _creationError(PCAP_ERRBUF_SIZE, '\0') {}
+
+CaptureDevice::~CaptureDevice() = default;
+
+bool CaptureDevice::openLive() {
+    _handle.reset(pcap_create(qUtf8Printable(_name), _creationError.data()));
+    if (!_handle) {
+        qCWarning(lcCapture, texts::pcapCreateFailed, creationError());
+        return false;
+    }
+    // Where the Wi-Fi layer has a monitor device, libpcap has nothing to switch.
+    if (!_monitorMode && pcap_can_set_rfmon(_handle.get()) == 1) {
+        if (const int status = pcap_set_rfmon(_handle.get(), 1); status < 0) {
+            qCWarning(lcCapture, texts::pcapSetRfmonFailed, pcap_statustostr(status));
+        }
+    }
+    return true;
+}
+
+bool CaptureDevice::openStream(FileDescriptor stream) {
+    _stream = stream.get();
+    std::FILE* file = ::fdopen(stream.get(), "rb");
+    if (file == nullptr) {
+        qCWarning(lcCapture, texts::pcapCreateFailed, std::strerror(errno));
+        return false;
+    }
+    static_cast<void>(stream.release()); // the file owns it now
+    _handle.reset(pcap_fopen_offline(file, _creationError.data()));
+    if (!_handle) {
+        std::fclose(file);
+        qCWarning(lcCapture, texts::pcapCreateFailed, creationError());
+        return false;
+    }
+    return true;
+}
+
+int CaptureDevice::activate() {
+    if (_stream >= 0) {
+        return 0; // a stream is readable as it stands
+    }
+    pcap_set_snaplen(_handle.get(), snapshotLength);
+    pcap_set_promisc(_handle.get(), 1);
+    pcap_set_timeout(_handle.get(), timeoutMilliseconds);
+    pcap_set_buffer_size(_handle.get(), kernelBufferBytes);
+    return pcap_activate(_handle.get());
+}
+
+int CaptureDevice::setDataLink(int dataLinkType) { return pcap_set_datalink(_handle.get(), dataLinkType); }
+
+std::vector<DataLink> CaptureDevice::dataLinks() const {
+    int* values = nullptr;
+    const int count = pcap_list_datalinks(_handle.get(), &values);
+    std::vector<DataLink> offered;
+    for (int index = 0; index < count; ++index) {
+        const char* description = pcap_datalink_val_to_description(values[index]);
+        offered.push_back({values[index], description != nullptr ? QString::fromUtf8(description)
+                                                                 : QStringLiteral("DLT %1").arg(values[index])});
+    }
+    if (count >= 0) {
+        pcap_free_datalinks(values);
+    }
+    return offered;
+}
+
+void CaptureDevice::deliver(unsigned char* device, const pcap_pkthdr* header, const unsigned char* data) {
+    auto* self = reinterpret_cast<CaptureDevice*>(device);
+    ++self->_delivered;
+    self->_callback(static_cast<unsigned char*>(self->_user), header, data);
+}
+
+int CaptureDevice::loop(FrameCallback callback, void* user) {
+    _callback = callback;
+    _user = user;
+    const int result = _broken ? loopBroken : pcap_loop(_handle.get(), 0, deliver, reinterpret_cast<u_char*>(this));
+    // A stream that was shut down to wake its reader ends wherever it stood.
+    return _broken && _stream >= 0 ? loopBroken : result;
+}
+
+void CaptureDevice::drain(FrameCallback callback, void* user) {
+    _callback = callback;
+    _user = user;
+    if (_stream >= 0) {
+        while (pcap_dispatch(_handle.get(), -1, deliver, reinterpret_cast<u_char*>(this)) > 0) {
+        }
+        return;
+    }
+    const Statistics arrived = statistics();
+    std::array<char, PCAP_ERRBUF_SIZE> error{};
+    if (pcap_setnonblock(_handle.get(), 1, error.data()) != 0) {
+        qCWarning(lcCapture, "pcap_setnonblock() failed: %s", error.data());
+        return;
+    }
+    awaitDelivery(arrived.received - arrived.dropped); // libpcap counts the dropped ones among the received
+}
+
+void CaptureDevice::awaitDelivery(std::uint32_t target) {
+    const QDeadlineTimer deadline(timeoutMilliseconds + timeoutMilliseconds / 2);
+    while (!deadline.hasExpired()) {
+        const auto missing = static_cast<std::int32_t>(target - _delivered);
+        if (missing <= 0) {
+            return;
+        }
+        pollfd readable{.fd = pcap_get_selectable_fd(_handle.get()), .events = POLLIN, .revents = 0};
+        ::poll(&readable, 1, static_cast<int>(deadline.remainingTime()));
+        if (pcap_dispatch(_handle.get(), missing, deliver, reinterpret_cast<u_char*>(this)) < 0) {
+            // A device that is gone fails each call until its last buffer is handed over.
+            ::poll(nullptr, 0, 5);
+        }
+    }
+}
+
+void CaptureDevice::breakLoop() {
+    _broken = true;
+    pcap_breakloop(_handle.get());
+    if (_stream >= 0) {
+        ::shutdown(_stream, SHUT_RDWR);
+    }
+}
+
+CaptureDevice::Statistics CaptureDevice::statistics() const {
+    pcap_stat statistics{};
+    if (_stream >= 0 || pcap_stats(_handle.get(), &statistics) != 0) {
+        return {};
+    }
+    return {statistics.ps_recv, statistics.ps_drop};
+}
+
+QString CaptureDevice::errorText() const { return QString::fromLocal8Bit(pcap_geterr(_handle.get())); }
+
+std::vector<DataLink> offeredDataLinks(CWInterface& interface) {
+    const auto device = CaptureDevice::create(interface);
+    if (!device) {
+        return {};
+    }
+    if (const int status = device->activate(); status < 0) {
+        qCWarning(lcCapture, texts::pcapOpenActivateFailed, qUtf8Printable(interface.interfaceName()),
+                  device->creationError());
+        return {};
+    }
+    return device->dataLinks();
+}
+
+int chooseDataLink(const std::vector<DataLink>& offered, std::int64_t stored) {
+    if (offered.empty()) {
+        return 0;
+    }
+    if (stored != 0) {
+        for (const std::int64_t wanted :
+             {stored, std::int64_t{DLT_IEEE802_11_RADIO}, std::int64_t{DLT_IEEE802_11}, std::int64_t{DLT_PPI}}) {
+            if (std::ranges::any_of(offered, [wanted](const DataLink& link) { return link.value == wanted; })) {
+                return static_cast<int>(wanted);
+            }
+        }
+    }
+    return offered.front().value;
+}
+
+} // namespace vantrel

@@ -1,0 +1,132 @@
+// The packet queue's part: limits, rotation and writing.
+#include "CaptureTexts.h"
+#include "base/MainQueue.h"
+#include "engine/CaptureSession.h"
+#include "engine/PacketQueue.h"
+#include "settings/SettingsKeys.h"
+#include "settings/SettingsStore.h"
+
+#include <QDir>
+
+namespace vantrel {
+
+void CaptureSession::didProcessPacketWithPcapHeader(const pcap_pkthdr& header, const std::uint8_t* data) {
+    if (!checkCapture() || !_captureFile) {
+        return;
+    }
+    _captureFile->dumpWithHeader(header, data);
+    if (_captureFile->writeError()) [[unlikely]] {
+        noteWriteError();
+        return;
+    }
+    _progressRequests.request();
+}
+
+bool CaptureSession::checkCapture() {
+    const auto& flags = _around.flags;
+    if (flags.mode != CaptureMode::SingleChannel && !flags.hoppingStarted) {
+        return false; // caught before hopping began: from a channel nobody asked for
+    }
+    if (_writeFailed) {
+        return false;
+    }
+    if (!isLimitReached()) {
+        return true;
+    }
+    if (isMultipleFileCapture() &&
+        (_around.settings.boolForKey(keys::RotateCaptureFiles) || _totalCaptureFiles < _maxCaptureFiles)) {
+        return rotate();
+    }
+    // Once: until the loop is broken, every further frame comes here too.
+    if (!_limitReached.exchange(true)) {
+        _around.mainQueue.post([this] { endCapture(); });
+    }
+    return false;
+}
+
+bool CaptureSession::isLimitReached() const {
+    if (_timerExpired) {
+        return true;
+    }
+    const auto size = static_cast<std::int64_t>(_captureFile ? _captureFile->size() : 0);
+    if (_limits.maxFileSize > 0 && size >= _limits.maxFileSize) {
+        return true;
+    }
+    const auto frames = static_cast<std::int64_t>(_captureFile ? _captureFile->frames() : 0);
+    return _limits.maxFileFrames >= 1 && frames >= _limits.maxFileFrames;
+}
+
+bool CaptureSession::rotate() {
+    if (_captureFile && !finalizeCaptureFile(false)) {
+        return false;
+    }
+    if (_captureFile && _captureFile->writeError()) {
+        noteWriteError();
+        return false;
+    }
+    if (_totalCaptureFiles < _maxCaptureFiles) {
+        ++_totalCaptureFiles;
+    }
+    replaceCaptureFile(createCaptureFile());
+    return true;
+}
+
+QString CaptureSession::temporaryPath(const QString& folder, const QString& prefix) const {
+    return QDir(folder).filePath(QString(texts::fileName).arg(prefix));
+}
+
+std::shared_ptr<VantrelCaptureFile> CaptureSession::createCaptureFile() {
+    const CaptureLimits limits = captureLimits(_around.settings);
+    {
+        const std::lock_guard lock(_fileMutex);
+        _limits = limits;
+    }
+    _timerExpired = false;
+    if (limits.seconds > 0) {
+        _around.mainQueue.post([this, seconds = limits.seconds] { startMainTimer(seconds); });
+    }
+    return VantrelCaptureFile::initWithPath(temporaryPath(_temporaryFolder, _captureFilePrefix), _fileDataLinkType);
+}
+
+void CaptureSession::replaceCaptureFile(std::shared_ptr<VantrelCaptureFile> file) {
+    const std::lock_guard lock(_fileMutex);
+    _captureFile.swap(file);
+}
+
+bool CaptureSession::isMultipleFileCapture() const {
+    const auto& settings = _around.settings;
+    const QString location = settings.stringForKey(keys::CaptureFilesLocation);
+    return settings.boolForKey(keys::LimitCaptureFile) && location != locations::CloudShark &&
+           location != locations::MojoPackets && _maxCaptureFiles > 1;
+}
+
+bool CaptureSession::finalizeCaptureFile(bool reconnecting) {
+    return _around.finalizer.finalizeCaptureFile({.file = *_captureFile,
+                                                  .totals = _totals,
+                                                  .location = _captureFileLocation,
+                                                  .prefix = _captureFilePrefix,
+                                                  .isMultipleFileCapture = isMultipleFileCapture(),
+                                                  .maxCaptureFiles = _maxCaptureFiles,
+                                                  .totalCaptureFiles = _totalCaptureFiles,
+                                                  .reconnecting = reconnecting});
+}
+
+void CaptureSession::flushCaptureFile() {
+    _flushQueued = false;
+    if (_captureFile && !_captureFile->flush()) {
+        noteWriteError();
+    }
+}
+
+// The disk is full or gone. The capture ends like one the user stopped, and tells why once its file is closed.
+void CaptureSession::noteWriteError() {
+    if (_writeFailed.exchange(true)) {
+        return;
+    }
+    _captureFile->close(); // cuts it back to its whole records and counts them
+    const Error& error = *_captureFile->writeError();
+    _writeErrorText = QString(texts::writeFailedInfo).arg(_captureFile->path(), error.why).arg(_captureFile->frames());
+    _around.mainQueue.post([this] { endCapture(); });
+}
+
+} // namespace vantrel

@@ -1,0 +1,39 @@
+// Every text of a capture that is logged or shown, each in this one place.
+#pragma once
+
+#include <QLatin1StringView>
+#include <QLoggingCategory>
+
+namespace vantrel {
+
+Q_DECLARE_LOGGING_CATEGORY(lcCapture)
+
+namespace texts {
+
+inline constexpr char pcapCreateFailed[] = "pcap_create() failed: %s";
+inline constexpr char pcapSetRfmonFailed[] = "pcap_set_rfmon() failed: %s";
+inline constexpr char pcapActivateFailed[] = "pcap_activate() failed: %s";
+inline constexpr char pcapSetDatalinkFailed[] = "pcap_set_datalink() failed: %s";
+inline constexpr char pcapLoopFailed[] = "pcap_loop() failed: %s";
+inline constexpr char pcapOpenActivateFailed[] = "pcap_open_activate() failed for device %s: %s";
+inline constexpr char pcapOpenDeadFailed[] = "pcap_open_dead() failed for file %s";
+inline constexpr char pcapDumpOpenFailed[] = "pcap_dump_open() failed for file %s: %s";
+
+inline constexpr QLatin1StringView noPermission{"You don't have permission to capture on this device."};
+inline constexpr QLatin1StringView noPermissionInfo{
+    "Go to System Preferences > Users & Groups and make sure you are a member of the group 'access_bpf'. You will need "
+    "to log out and then log back in after making any changes."};
+inline constexpr QLatin1StringView noFrames{"No frames were captured."};
+inline constexpr QLatin1StringView noFramesInfo{
+    "Make sure you set the correct Link-Layer Header type before starting a capture."};
+
+inline constexpr QLatin1StringView writeFailed{"The capture was stopped because its file cannot be written."};
+inline constexpr QLatin1StringView writeFailedInfo{"%1: %2. The %3 frames written before that are kept."};
+inline constexpr QLatin1StringView noFolder{"There is no safe place to write the capture file."};
+
+inline constexpr QLatin1StringView prefix{"vantrel_%1"};
+inline constexpr QLatin1StringView prefixTime{"yyyy-MM-dd_hh.mm.ss.AP"}; // a 12-hour clock with its marker
+inline constexpr QLatin1StringView fileName{"%1.pcap"};
+
+} // namespace texts
+} // namespace vantrel

@@ -1,0 +1,154 @@
+#include "engine/VantrelCaptureFile.h"
+
+#include "CaptureTexts.h"
+
+#include <array>
+#include <cstdio>
+#include <fcntl.h>
+#include <pcap/pcap.h>
+#include <sys/stat.h>
+#include <unistd.h>
+
+namespace vantrel {
+
+namespace {
+
+constexpr std::size_t streamBuffer = 256 * 1024;
+constexpr std::size_t fileHeaderLength = 24;
+constexpr std::size_t recordHeaderLength = 16;
+constexpr std::uint64_t countedPerFrame = 24; // limits have always counted records so, not by their length on disk
+
+std::uint32_t capturedLengthOf(const std::array<std::uint8_t, recordHeaderLength>& record) {
+    std::uint32_t length = 0; // the files are written in this machine's byte order
+    std::memcpy(&length, record.data() + 8, sizeof length);
+    return length;
+}
+
+} // namespace
+
+void PcapCloser::operator()(pcap* handle) const noexcept { pcap_close(handle); }
+
+std::unique_ptr<VantrelCaptureFile> VantrelCaptureFile::initWithPath(const QString& path, int dataLinkType) {
+    PcapHandle device(pcap_open_dead(dataLinkType, snapshotLength));
+    if (!device) {
+        qCWarning(lcCapture, texts::pcapOpenDeadFailed, qUtf8Printable(path));
+        return nullptr;
+    }
+    // Opened here and not by libpcap, which would follow a planted link and make the file readable by others.
+    FileDescriptor file(::open(qUtf8Printable(path), O_RDWR | O_CREAT | O_EXCL | O_NOFOLLOW | O_CLOEXEC, 0600));
+    FileDescriptor second(file.isOpen() ? ::fcntl(file.get(), F_DUPFD_CLOEXEC, 0) : -1);
+    std::FILE* stream = second.isOpen() ? ::fdopen(second.get(), "wb") : nullptr;
+    if (stream == nullptr) {
+        qCWarning(lcCapture, texts::pcapDumpOpenFailed, qUtf8Printable(path), std::strerror(errno));
+        return nullptr;
+    }
+    static_cast<void>(second.release()); // the stream owns it now
+    // Larger than the longest record, so that the stream never writes on its own in the middle of one. The C library
+    // takes the size from us only together with the memory.
+    std::unique_ptr<char[]> buffer(new char[streamBuffer]);
+    std::setvbuf(stream, buffer.get(), _IOFBF, streamBuffer);
+    pcap_dumper* dumpfile = pcap_dump_fopen(device.get(), stream);
+    if (dumpfile == nullptr) {
+        qCWarning(lcCapture, texts::pcapDumpOpenFailed, qUtf8Printable(path), pcap_geterr(device.get()));
+        std::fclose(stream);
+        return nullptr;
+    }
+    return std::unique_ptr<VantrelCaptureFile>(
+        new VantrelCaptureFile(path, std::move(device), std::move(buffer), dumpfile, std::move(file)));
+}
+
+VantrelCaptureFile::VantrelCaptureFile(QString path, PcapHandle device, std::unique_ptr<char[]> buffer,
+                                       pcap_dumper* dumpfile, FileDescriptor file)
+    : _path(std::move(path)),
+      _creationTime(QDateTime::currentDateTime()),
+      _device(std::move(device)),
+      _buffer(std::move(buffer)),
+      _dumpfile(dumpfile),
+      _file(std::move(file)),
+      _buffered(fileHeaderLength) {}
+
+VantrelCaptureFile::~VantrelCaptureFile() { close(); }
+
+void VantrelCaptureFile::dumpWithHeader(const pcap_pkthdr& header, const std::uint8_t* data) {
+    if (_dumpfile == nullptr || _writeError) {
+        return;
+    }
+    const std::size_t record = recordHeaderLength + header.caplen;
+    if (_buffered + record > streamBuffer && !flush()) {
+        return;
+    }
+    _size.store(size() + header.caplen + countedPerFrame, std::memory_order_relaxed);
+    _frames.store(frames() + 1, std::memory_order_relaxed);
+    pcap_dump(reinterpret_cast<u_char*>(_dumpfile), &header, data);
+    _buffered += record;
+}
+
+Expected<void> VantrelCaptureFile::flush() {
+    if (_writeError) {
+        return tl::unexpected(*_writeError);
+    }
+    if (_dumpfile == nullptr || _buffered == 0) {
+        return {};
+    }
+    if (pcap_dump_flush(_dumpfile) != 0) {
+        noteWriteError(Error::fromErrno(QStringLiteral("pcap_dump_flush")));
+        return tl::unexpected(*_writeError);
+    }
+    _flushedOffset += _buffered;
+    _flushedFrames = frames();
+    _flushedSize = size();
+    _buffered = 0;
+    return {};
+}
+
+void VantrelCaptureFile::noteWriteError(Error error) {
+    const off_t reached = ::lseek(_file.get(), 0, SEEK_CUR); // both descriptors share one position
+    _reachedOffset = reached < 0 ? _flushedOffset : static_cast<std::uint64_t>(reached);
+    qCWarning(lcCapture, "%s() failed for file %s: %s", qUtf8Printable(error.what), qUtf8Printable(_path),
+              qUtf8Printable(error.why));
+    _writeError = std::move(error);
+}
+
+void VantrelCaptureFile::close() {
+    if (_dumpfile == nullptr) {
+        return;
+    }
+    static_cast<void>(flush());
+    pcap_dump_close(_dumpfile);
+    _dumpfile = nullptr;
+    if (_writeError) {
+        cutToWholeRecords();
+    }
+    _file.reset();
+    _device.reset();
+}
+
+// What lies before the last good flush is whole; behind it the failed write may have ended inside a record.
+void VantrelCaptureFile::cutToWholeRecords() {
+    std::uint64_t end = _flushedOffset;
+    std::uint64_t keptFrames = _flushedFrames;
+    std::uint64_t keptSize = _flushedSize;
+    if (end == 0 && _reachedOffset >= fileHeaderLength) {
+        end = fileHeaderLength;
+    }
+    std::array<std::uint8_t, recordHeaderLength> record{};
+    while (end >= fileHeaderLength && end + recordHeaderLength <= _reachedOffset &&
+           ::pread(_file.get(), record.data(), record.size(), static_cast<off_t>(end)) == ssize_t{recordHeaderLength}) {
+        const std::uint64_t captured = capturedLengthOf(record);
+        if (end + recordHeaderLength + captured > _reachedOffset) {
+            break;
+        }
+        end += recordHeaderLength + captured;
+        keptFrames += 1;
+        keptSize += captured + countedPerFrame;
+    }
+    if (::ftruncate(_file.get(), static_cast<off_t>(end)) != 0) {
+        qCWarning(lcCapture, "ftruncate() failed for file %s: %s", qUtf8Printable(_path), std::strerror(errno));
+    }
+    _frames.store(keptFrames, std::memory_order_relaxed);
+    _size.store(keptSize, std::memory_order_relaxed);
+}
+
+void VantrelCaptureFile::remove() const { ::unlink(qUtf8Printable(_path)); }
+
+} // namespace vantrel

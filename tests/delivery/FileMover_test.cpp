@@ -1,0 +1,69 @@
+#include "delivery/FileMover.h"
+
+#include <QDir>
+#include <QFile>
+#include <QTemporaryDir>
+#include <gtest/gtest.h>
+#include <sys/stat.h>
+
+namespace vantrel {
+namespace {
+
+QString write(const QString& path, const QByteArray& content) {
+    QFile file(path);
+    EXPECT_TRUE(file.open(QIODevice::WriteOnly)) << qPrintable(path);
+    file.write(content);
+    return path;
+}
+
+QByteArray read(const QString& path) {
+    QFile file(path);
+    return file.open(QIODevice::ReadOnly) ? file.readAll() : QByteArray("(missing)");
+}
+
+bool onAnotherFileSystem(const QString& one, const QString& other) {
+    struct stat first {};
+    struct stat second {};
+    return ::stat(qPrintable(one), &first) == 0 && ::stat(qPrintable(other), &second) == 0 &&
+           first.st_dev != second.st_dev;
+}
+
+TEST(FileMover, MovesWithinAFileSystem) {
+    const QTemporaryDir folder;
+    const QString from = write(folder.filePath(QStringLiteral("a")), "content");
+    const QString to = write(folder.filePath(QStringLiteral("b")), "old");
+    ASSERT_TRUE(moveFile(from, to));
+    EXPECT_EQ(read(to), "content");
+    EXPECT_FALSE(QFile::exists(from));
+}
+
+TEST(FileMover, MovesAcrossFileSystemsWholeAndPrivate) {
+    const QTemporaryDir here;
+    const QTemporaryDir there(QStringLiteral("/dev/shm/vantrel-XXXXXX"));
+    if (!there.isValid() || !onAnotherFileSystem(here.path(), there.path())) {
+        GTEST_SKIP() << "no second file system that can be written to";
+    }
+    const QByteArray content(20'000'000, 'x');
+    const QString from = write(here.filePath(QStringLiteral("a")), content);
+    const QString to = there.filePath(QStringLiteral("b"));
+    ASSERT_TRUE(moveFile(from, to));
+    EXPECT_EQ(read(to), content);
+    EXPECT_FALSE(QFile::exists(from));
+    EXPECT_EQ(QDir(there.path()).entryList(QDir::Files | QDir::Hidden).size(), 1) << "a passing copy was left behind";
+    struct stat status {};
+    ASSERT_EQ(::stat(qPrintable(to), &status), 0);
+    EXPECT_EQ(status.st_mode & 0777U, 0600U);
+}
+
+TEST(FileMover, AnErrorNamesTheDestinationAndKeepsTheSource) {
+    const QTemporaryDir folder;
+    const QString from = write(folder.filePath(QStringLiteral("a")), "content");
+    const QString to = folder.filePath(QStringLiteral("missing/b"));
+    const auto moved = moveFile(from, to);
+    ASSERT_FALSE(moved);
+    EXPECT_EQ(moved.error().text(), to + QStringLiteral(": No such file or directory"));
+    EXPECT_EQ(read(from), "content");
+}
+
+} // namespace
+} // namespace vantrel

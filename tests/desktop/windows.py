@@ -1,0 +1,110 @@
+"""Windows read and used through the accessibility bus (AT-SPI), as a screen reader does."""
+from dataclasses import dataclass
+
+from gi.repository import GLib
+
+from bus import Bus, wait_for
+
+REGISTRY = "org.a11y.atspi.Registry"
+ROOT = "/org/a11y/atspi/accessible/root"
+ACCESSIBLE = "org.a11y.atspi.Accessible"
+ACTION = "org.a11y.atspi.Action"
+COMPONENT = "org.a11y.atspi.Component"
+SCREEN_COORDINATES = 0
+
+# Widgets appear without a signal that every toolkit sends, so the tree is read again in this interval.
+POLL_MS = 100
+
+ALERT_ROLES = ("alert", "alert message", "dialog", "file chooser")  # GTK and Qt name them differently
+
+
+@dataclass(frozen=True)
+class Node:
+    """One widget."""
+    service: str
+    path: str
+    role: str
+    name: str
+
+
+class Windows:
+    def __init__(self, session_bus):
+        address, = session_bus.call_starting("org.a11y.Bus", "/org/a11y/bus", "org.a11y.Bus", "GetAddress")
+        self._bus = Bus(address)
+
+    def close(self):
+        self._bus.close()
+
+    def windows(self, pids):
+        """The top-level windows of these processes."""
+        return [window for service in self._applications(pids) for window in self._children(service, ROOT)]
+
+    def nodes(self, pids):
+        """Every widget of these processes, windows before their contents."""
+        return self._with_contents(self.windows(pids))
+
+    def texts(self, pids):
+        """What the alerts of these processes say, one text per label, in the order of reading."""
+        return [node.name for node in self._in_dialogs(pids) if node.role == "label" and node.name]
+
+    def buttons(self, pids):
+        return [node.name for node in self._in_dialogs(pids) if node.role in ("push button", "button")]
+
+    def press(self, pids, name):
+        """Presses the button of this name in an alert or dialog."""
+        for node in self._in_dialogs(pids):
+            if node.role in ("push button", "button") and node.name == name:
+                self._bus.call(node.service, node.path, ACTION, "DoAction", "(i)", 0)
+                return
+        raise LookupError(f"no button {name!r}; there are {self.buttons(pids)}")
+
+    def wait_for_alert(self, pids, timeout=15.0):
+        """Waits for an alert and returns its texts."""
+        return wait_for(lambda: self.texts(pids), "an alert", timeout, POLL_MS)
+
+    def wait_for_no_alert(self, pids, timeout=15.0):
+        wait_for(lambda: not self.texts(pids), "the alert to close", timeout, POLL_MS)
+
+    def extents(self, node):
+        """x, y, width, height on the screen."""
+        return self._bus.call(node.service, node.path, COMPONENT, "GetExtents", "(u)", SCREEN_COORDINATES)[0]
+
+    def _in_dialogs(self, pids):
+        return self._with_contents([window for window in self.windows(pids) if window.role in ALERT_ROLES])
+
+    def _with_contents(self, rest):
+        found = []
+        while rest:
+            node = rest.pop(0)
+            found.append(node)
+            rest = self._children(node.service, node.path) + rest
+        return found
+
+    def _applications(self, pids):
+        try:
+            children = self._bus.call(REGISTRY, ROOT, ACCESSIBLE, "GetChildren")[0]
+        except GLib.Error:  # the registry starts with the first application
+            return []
+        return [service for service, _path in children if self._process_of(service) in pids]
+
+    def _process_of(self, service):
+        try:
+            return self._bus.process_of(service)
+        except GLib.Error:  # it has just gone
+            return None
+
+    def _children(self, service, path):
+        # A widget may go between two calls; then it has no children and is passed over.
+        try:
+            children = self._bus.call(service, path, ACCESSIBLE, "GetChildren")[0]
+        except GLib.Error:
+            return []
+        return [node for child in children if (node := self._node(*child)) is not None]
+
+    def _node(self, service, path):
+        try:
+            role = self._bus.call(service, path, ACCESSIBLE, "GetRoleName")[0]
+            name = self._bus.property(service, path, ACCESSIBLE, "Name")
+        except GLib.Error:
+            return None
+        return Node(service, path, role, name)

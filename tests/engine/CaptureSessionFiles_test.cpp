@@ -1,0 +1,243 @@
+// Limits, rotation, and writing that fails.
+#include "SessionLive.h"
+
+#include <QDir>
+#include <QFile>
+#include <QFileInfo>
+#include <sys/mount.h>
+
+namespace vantrel {
+namespace {
+
+using testing::LogCapture;
+using testing::runUntil;
+using namespace std::chrono_literals;
+
+class CaptureSessionFilesTest : public testing::LiveSession {
+protected:
+    void limit(std::int64_t value, std::int64_t units, std::int64_t maxFiles, bool rotate = true) {
+        set(keys::LimitCaptureFile, 1);
+        set(keys::LimitCaptureFileValue, value);
+        set(keys::LimitCaptureFileUnits, units);
+        set(keys::MaxCaptureFiles, maxFiles);
+        settings.setBool(keys::RotateCaptureFiles, rotate);
+    }
+
+    void send(int frames, std::size_t length = 100) {
+        for (int frame = 1; frame <= frames; ++frame) {
+            receive(static_cast<std::uint8_t>(frame), length);
+        }
+    }
+
+    bool stop() {
+        session->userDidStop();
+        return waitIdle();
+    }
+
+    using Counts = std::vector<std::uint64_t>;
+};
+
+TEST_F(CaptureSessionFilesTest, ByDefaultThereIsOneFileAndNoLimit) {
+    ASSERT_TRUE(start());
+    EXPECT_FALSE(session->isMultipleFileCapture());
+    send(500);
+    ASSERT_TRUE(runUntil([&] { return session->progress().frames == 500; }));
+    ASSERT_TRUE(stop());
+    EXPECT_EQ(recorder.finalizedFrames, Counts{500});
+}
+
+TEST_F(CaptureSessionFilesTest, UploadsAreNeverMultipleFileCaptures) {
+    limit(1, 4, 3);
+    ASSERT_TRUE(session->prepareCapture());
+    EXPECT_TRUE(session->isMultipleFileCapture());
+    for (const auto location : {locations::CloudShark, locations::MojoPackets}) {
+        settings.setString(keys::CaptureFilesLocation, location);
+        EXPECT_FALSE(session->isMultipleFileCapture());
+    }
+    settings.setString(keys::CaptureFilesLocation, locations::AskForEachCapture);
+    EXPECT_TRUE(session->isMultipleFileCapture());
+    settings.setBool(keys::LimitCaptureFile, false);
+    EXPECT_FALSE(session->isMultipleFileCapture());
+}
+
+TEST_F(CaptureSessionFilesTest, AFrameLimitOfOneGivesOneFramePerFile) {
+    limit(1, 4, 50);
+    ASSERT_TRUE(start());
+    send(5);
+    ASSERT_TRUE(runUntil([&] { return session->progress().totalCaptureFiles == 5; }));
+    ASSERT_TRUE(stop());
+    EXPECT_EQ(recorder.finalizedFrames, (Counts{1, 1, 1, 1, 1}));
+}
+
+TEST_F(CaptureSessionFilesTest, ASingleFileCaptureEndsByItselfAtItsLimit) {
+    limit(3, 4, 1);
+    ASSERT_TRUE(start());
+    send(10);
+    ASSERT_TRUE(waitIdle());
+    EXPECT_EQ(recorder.finalizedFrames, Counts{3});
+    EXPECT_EQ(session->totalFrames(), 3U);
+}
+
+TEST_F(CaptureSessionFilesTest, WithoutRotationTheCaptureEndsAtTheFrameThatWouldOpenOneFileMore) {
+    limit(2, 4, 3, false);
+    ASSERT_TRUE(start());
+    send(20);
+    ASSERT_TRUE(waitIdle());
+    EXPECT_EQ(recorder.finalizedFrames, (Counts{2, 2, 2}));
+    EXPECT_EQ(session->progress().totalCaptureFiles, 3);
+}
+
+TEST_F(CaptureSessionFilesTest, WithRotationItRunsUntilStoppedAndTheCountNeverExceedsTheMaximum) {
+    limit(2, 4, 3);
+    ASSERT_TRUE(start());
+    send(20);
+    ASSERT_TRUE(runUntil([&] { return recorder.finalizedFrames.size() == 9 && session->progress().frames == 2; }));
+    EXPECT_EQ(session->progress().totalCaptureFiles, 3);
+    ASSERT_TRUE(stop());
+    EXPECT_EQ(recorder.finalizedFrames, Counts(10, 2));
+    EXPECT_EQ(session->totalFrames(), 6U) << "only the files still kept count";
+}
+
+TEST_F(CaptureSessionFilesTest, ASizeLimitEndsTheFileWithTheFrameThatReachesIt) {
+    limit(1, 0, 10); // 1024 bytes: eight frames of 100 + 24 bytes are 992, the ninth reaches it
+    ASSERT_TRUE(start());
+    send(20);
+    ASSERT_TRUE(runUntil([&] { return recorder.finalizedFrames.size() == 2 && session->progress().frames == 2; }));
+    ASSERT_TRUE(stop());
+    EXPECT_EQ(recorder.finalizedFrames, (Counts{9, 9, 2}));
+}
+
+TEST_F(CaptureSessionFilesTest, AnOvershotMegabyteLimitIsNoLimit) {
+    limit(2048, 1, 1);
+    ASSERT_TRUE(start());
+    send(50, 2000);
+    ASSERT_TRUE(runUntil([&] { return session->progress().frames == 50; }));
+    EXPECT_TRUE(session->isCapturing());
+}
+
+TEST_F(CaptureSessionFilesTest, ATimeLimitRotatesWithNoTraffic) {
+    limit(5, 2, 3);
+    ASSERT_TRUE(start());
+    ASSERT_TRUE(runUntil([&] { return timers.running() == 3; })); // limit, panel, update
+    receiveInto(1);
+    timers.advance(5000ms);
+    ASSERT_TRUE(runUntil([&] { return recorder.finalizedFrames.size() == 1; }));
+    ASSERT_TRUE(runUntil([&] { return timers.running() == 2; })); // armed again, the panel is open
+    EXPECT_EQ(session->progress().totalCaptureFiles, 2);
+    ASSERT_TRUE(stop());
+    EXPECT_EQ(recorder.finalizedFrames, Counts{1}) << "an empty last file of several is left alone";
+    EXPECT_TRUE(alerts().isEmpty());
+    EXPECT_EQ(timers.running(), 0U);
+}
+
+TEST_F(CaptureSessionFilesTest, ATimeLimitEndsASingleFileCapture) {
+    limit(2, 3, 1);
+    ASSERT_TRUE(start());
+    ASSERT_TRUE(runUntil([&] { return timers.running() == 3; }));
+    receiveInto(1);
+    timers.advance(119s);
+    EXPECT_TRUE(session->isCapturing());
+    timers.advance(1s);
+    ASSERT_TRUE(waitIdle());
+    EXPECT_EQ(recorder.finalizedFrames, Counts{1});
+}
+
+TEST_F(CaptureSessionFilesTest, ATimeLimitOfZeroArmsNoTimer) {
+    limit(0, 2, 1);
+    ASSERT_TRUE(start());
+    ASSERT_TRUE(runUntil([&] { return timers.running() == 2; })); // panel and update
+    receiveInto(1);
+    EXPECT_EQ(timers.running(), 2U);
+}
+
+TEST_F(CaptureSessionFilesTest, AFailedDeliveryDropsTheFrameAndTheCaptureGoesOn) {
+    limit(1, 4, 5);
+    recorder.finalizing = false;
+    ASSERT_TRUE(start());
+    send(3);
+    packetQueue.waitUntilAllOperationsAreFinished();
+    EXPECT_TRUE(session->isCapturing());
+    EXPECT_EQ(session->progress().totalCaptureFiles, 1);
+    EXPECT_TRUE(QFile::exists(temporaryFile()));
+    recorder.finalizing = true;
+    ASSERT_TRUE(runUntil([&] {
+        receive();
+        return session->progress().totalCaptureFiles > 1;
+    }));
+}
+
+TEST_F(CaptureSessionFilesTest, CancelRemovesTheGatheredFolderAndTheCurrentFile) {
+    limit(1, 4, 5);
+    const QDir destination(folder.path());
+    ASSERT_TRUE(start());
+    const QString gathered = destination.filePath(QStringLiteral("vantrel_2026-03-04_09.15.02.PM"));
+    ASSERT_TRUE(QDir().mkdir(gathered));
+    QFile inside(gathered + QStringLiteral("/vantrel_2026-03-04_09.15.02.PM.001.pcap"));
+    ASSERT_TRUE(inside.open(QIODevice::WriteOnly));
+    receiveInto(1);
+    session->userDidCancel();
+    ASSERT_TRUE(waitIdle());
+    EXPECT_FALSE(QFile::exists(gathered));
+    EXPECT_EQ(temporaryFile(), QString());
+    EXPECT_TRUE(recorder.finalizedFrames.empty());
+}
+
+TEST_F(CaptureSessionFilesTest, AFileThatCannotBeMadeIsLoggedAndFramesAreDropped) {
+    ASSERT_TRUE(session->prepareCapture());
+    const QDir temporary(folder.filePath(QStringLiteral("vantrel-%1").arg(::geteuid())));
+    QFile inTheWay(temporary.filePath(QStringLiteral("vantrel_2026-03-04_09.15.02.PM.pcap")));
+    ASSERT_TRUE(inTheWay.open(QIODevice::WriteOnly));
+    const LogCapture log;
+    ASSERT_TRUE(session->startCapture(CaptureMode::SingleChannel));
+    ASSERT_TRUE(runUntil([&] { return session->isCapturing(); }));
+    send(3);
+    ASSERT_TRUE(stop());
+    EXPECT_EQ(log.warnings(),
+              QStringList(QStringLiteral("pcap_dump_open() failed for file %1: File exists").arg(inTheWay.fileName())));
+    EXPECT_EQ(inTheWay.size(), 0);
+    EXPECT_EQ(alerts().size(), 1) << "No frames were captured.";
+}
+
+TEST_F(CaptureSessionFilesTest, AFullDiskEndsTheCaptureKeepsItsRecordsAndTellsTheUser) {
+    const QString small = folder.filePath(QStringLiteral("small"));
+    ASSERT_TRUE(QDir().mkdir(small));
+    if (::mount("tmpfs", qPrintable(small), "tmpfs", 0, "size=200k") != 0) {
+        GTEST_SKIP() << "mounting a small file system needs CAP_SYS_ADMIN";
+    }
+    qputenv("TMPDIR", small.toLocal8Bit());
+    recorder.keepsFiles = false;
+    ASSERT_TRUE(start());
+    ASSERT_TRUE(runUntil([&] { return timers.running() == 2; }));
+    send(90, 2000); // less than the stream's buffer, more than the 180 KiB of the disk behind it
+    send(60, 2000);
+    ASSERT_TRUE(runUntil([&] {
+        timers.advance(1000ms); // the flush that happens every second notices
+        return session->state() == CaptureSession::State::Idle;
+    }));
+    ASSERT_TRUE(waitIdle());
+    ASSERT_EQ(recorder.finalizedFrames.size(), 1U);
+    const std::uint64_t frames = recorder.finalizedFrames.front();
+    EXPECT_GT(frames, 50U);
+    const QString file = small + QStringLiteral("/vantrel-%1/vantrel_2026-03-04_09.15.02.PM.pcap").arg(::geteuid());
+    EXPECT_EQ(QFileInfo(file).size(), static_cast<qint64>(24 + frames * 2016)) << "whole records, nothing torn";
+    EXPECT_EQ(alerts(),
+              QStringList(QStringLiteral("alert: The capture was stopped because its file cannot be written. | %1: No "
+                                         "space left on device. The %2 frames written before that are kept.")
+                              .arg(file)
+                              .arg(frames)));
+    ::umount2(qPrintable(small), MNT_DETACH);
+}
+
+TEST_F(CaptureSessionFilesTest, SlicedFramesAreWrittenShort) {
+    settings.setBool(keys::EnableAdaptivePacketSlicing, true);
+    ASSERT_TRUE(start());
+    std::vector<std::uint8_t> frame(8 + 24 + 100, 0);
+    frame[2] = 8;
+    frame[8] = 0x08; // data, no FCS
+    ASSERT_TRUE(tap->write(frame));
+    ASSERT_TRUE(runUntil([&] { return session->progress().frames == 1; }));
+    EXPECT_EQ(session->progress().size, 8U + 24U + 24U);
+}
+
+} // namespace
+} // namespace vantrel

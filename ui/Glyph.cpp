@@ -1,0 +1,52 @@
+#include "Glyph.h"
+
+#include <QFile>
+#include <QGuiApplication>
+#include <QLoggingCategory>
+#include <QPainter>
+#include <QPalette>
+#include <QPixmap>
+#include <QSvgRenderer>
+
+// Resources of a static library stay out of the program unless someone asks for them, outside any namespace.
+static void registerResources() { Q_INIT_RESOURCE(ui); }
+
+namespace vantrel::ui {
+
+namespace {
+constexpr int gridSize = 22; // the drawing's own size; its edges lie on whole pixels there and at multiples
+
+QByteArray drawing(GlyphState state) {
+    registerResources();
+    QFile file(state == GlyphState::Capturing ? QStringLiteral(":/vantrel/ui/VantrelInMenuCapturing.svg")
+                                              : QStringLiteral(":/vantrel/ui/VantrelInMenu.svg"));
+    if (!file.open(QIODevice::ReadOnly)) {
+        qWarning("open() of %s failed: %s", qUtf8Printable(file.fileName()), qUtf8Printable(file.errorString()));
+    }
+    return file.readAll();
+}
+
+// Sizes that are no multiple of the grid get a margin instead of a blurred scale.
+QPixmap rendered(QSvgRenderer& renderer, int size) {
+    QPixmap pixmap(size, size);
+    pixmap.fill(Qt::transparent);
+    const int drawn = size / gridSize * gridSize;
+    const int margin = (size - drawn) / 2;
+    QPainter painter(&pixmap);
+    renderer.render(&painter, QRectF(margin, margin, drawn, drawn));
+    return pixmap;
+}
+} // namespace
+
+QIcon glyphIcon(GlyphState state, const QColor& colour) {
+    QSvgRenderer renderer(drawing(state).replace("#000000", colour.name().toLatin1()));
+    QIcon icon;
+    for (const int size : {22, 24, 44, 48}) {
+        icon.addPixmap(rendered(renderer, size));
+    }
+    return icon;
+}
+
+QColor glyphColour() { return QGuiApplication::palette().color(QPalette::Active, QPalette::WindowText); }
+
+} // namespace vantrel::ui
