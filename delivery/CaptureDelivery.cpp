@@ -31,11 +31,14 @@ std::vector<std::int64_t> numbersToShift(const QDir& folder, const QString& pref
     return numbers;
 }
 
-void shiftNumberedFiles(const QDir& folder, const QString& prefix, std::int64_t maxFiles) {
+Expected<void> shiftNumberedFiles(const QDir& folder, const QString& prefix, std::int64_t maxFiles) {
     for (const std::int64_t number : numbersToShift(folder, prefix, maxFiles)) {
-        // Errors are left to the move that follows, which keeps the new file where it is.
-        static_cast<void>(moveFile(numberedPath(folder, prefix, number), numberedPath(folder, prefix, number + 1)));
+        auto moved = moveFile(numberedPath(folder, prefix, number), numberedPath(folder, prefix, number + 1));
+        if (!moved) {
+            return moved; // going on would put a younger file in this one's place
+        }
     }
+    return {};
 }
 
 } // namespace
@@ -48,9 +51,20 @@ Expected<QString> deliverCaptureFile(const CaptureToDeliver& capture) {
     if (!folder.mkpath(QStringLiteral("."))) {
         return failure(folder.path(), QStringLiteral("the folder cannot be made"));
     }
-    shiftNumberedFiles(folder, capture.prefix, capture.maxCaptureFiles);
+    // The new file is brought over first, under a passing name: when the destination is full, no older file has moved.
+    const QString arriving = folder.filePath(capture.prefix + QStringLiteral(".arriving"));
     const QString newest = numberedPath(folder, capture.prefix, 1);
-    if (const auto moved = moveFile(capture.path, newest); !moved) {
+    auto moved = moveFile(capture.path, arriving);
+    if (moved) {
+        moved = shiftNumberedFiles(folder, capture.prefix, capture.maxCaptureFiles);
+        if (moved) {
+            moved = moveFile(arriving, newest);
+        }
+        if (!moved) {
+            static_cast<void>(moveFile(arriving, capture.path));
+        }
+    }
+    if (!moved) {
         return tl::unexpected(moved.error());
     }
     return newest;

@@ -29,6 +29,15 @@ Expected<void> copyContent(int from, int to, const QString& toPath) {
     }
 }
 
+// Brings the new name to the disk too, before the old one goes. Best effort: some file systems cannot.
+void syncFolderOf(const QByteArray& path) {
+    const QByteArray folder = QFileInfo(QString::fromLocal8Bit(path)).path().toLocal8Bit();
+    const FileDescriptor opened(::open(folder.constData(), O_RDONLY | O_DIRECTORY | O_CLOEXEC));
+    if (opened.isOpen()) {
+        static_cast<void>(::fsync(opened.get()));
+    }
+}
+
 Expected<void> copyThenRemove(const QByteArray& from, const QByteArray& to) {
     const QString toPath = QString::fromLocal8Bit(to);
     const FileDescriptor source(::open(from.constData(), O_RDONLY | O_NOFOLLOW | O_CLOEXEC));
@@ -48,6 +57,7 @@ Expected<void> copyThenRemove(const QByteArray& from, const QByteArray& to) {
         ::unlink(passing.constData());
         return copied;
     }
+    syncFolderOf(to);
     ::unlink(from.constData());
     return {};
 }

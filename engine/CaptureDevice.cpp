@@ -17,13 +17,19 @@ constexpr int timeoutMilliseconds = 100;
 // libpcap's own 2 MiB lose frames at a million a second; 8 MiB lost none (docs/performance.md).
 constexpr int kernelBufferBytes = 8 * 1024 * 1024;
 constexpr int loopBroken = PCAP_ERROR_BREAK;
+constexpr timeval streamPatience{.tv_sec = 2, .tv_usec = 0};
+
+void setReceiveTimeout(int socket, timeval timeout) {
+    ::setsockopt(socket, SOL_SOCKET, SO_RCVTIMEO, &timeout, sizeof timeout);
+}
 
 } // namespace
 
 std::unique_ptr<CaptureDevice> CaptureDevice::create(CWInterface& interface) {
     auto monitorMode = interface.beginMonitorMode();
     if (!monitorMode) {
-        qCWarning(lcCapture, "beginMonitorMode() failed: %s", qUtf8Printable(monitorMode.error().text()));
+        // The Wi-Fi layer switches monitor mode in libpcap's place, so a refusal is logged in its words.
+        qCWarning(lcCapture, texts::pcapSetRfmonFailed, qUtf8Printable(monitorMode.error().text()));
     }
     FileDescriptor stream = monitorMode ? (*monitorMode)->takeStream() : FileDescriptor();
     const QString name = monitorMode ? (*monitorMode)->deviceName() : interface.interfaceName();
@@ -58,11 +64,15 @@ bool CaptureDevice::openStream(FileDescriptor stream) {
     _stream = stream.get();
     std::FILE* file = ::fdopen(stream.get(), "rb");
     if (file == nullptr) {
-        qCWarning(lcCapture, texts::pcapCreateFailed, std::strerror(errno));
+        const Error error = Error::fromErrno(_name);
+        qCWarning(lcCapture, texts::pcapCreateFailed, qUtf8Printable(error.why));
         return false;
     }
     static_cast<void>(stream.release()); // the file owns it now
+    // A peer that never begins must not hold this thread, which nobody could wake yet.
+    setReceiveTimeout(_stream, streamPatience);
     _handle.reset(pcap_fopen_offline(file, _creationError.data()));
+    setReceiveTimeout(_stream, {});
     if (!_handle) {
         std::fclose(file);
         qCWarning(lcCapture, texts::pcapCreateFailed, creationError());
@@ -116,6 +126,10 @@ int CaptureDevice::loop(FrameCallback callback, void* user) {
 void CaptureDevice::drain(FrameCallback callback, void* user) {
     _callback = callback;
     _user = user;
+    {
+        const std::lock_guard lock(_breakMutex);
+        _draining = true; // from here on a second Stop must not cut the draining short
+    }
     if (_stream >= 0) {
         while (pcap_dispatch(_handle.get(), -1, deliver, reinterpret_cast<u_char*>(this)) > 0) {
         }
@@ -147,7 +161,11 @@ void CaptureDevice::awaitDelivery(std::uint32_t target) {
 }
 
 void CaptureDevice::breakLoop() {
+    const std::lock_guard lock(_breakMutex);
     _broken = true;
+    if (_draining) {
+        return;
+    }
     pcap_breakloop(_handle.get());
     if (_stream >= 0) {
         ::shutdown(_stream, SHUT_RDWR);

@@ -7,8 +7,13 @@
 #include "settings/SettingsStore.h"
 
 #include <QDir>
+#include <utility>
 
 namespace vantrel {
+
+namespace {
+constexpr std::chrono::seconds deliveryRetry{1};
+}
 
 void CaptureSession::didProcessPacketWithPcapHeader(const pcap_pkthdr& header, const std::uint8_t* data) {
     if (!checkCapture() || !_captureFile) {
@@ -27,7 +32,7 @@ bool CaptureSession::checkCapture() {
     if (flags.mode != CaptureMode::SingleChannel && !flags.hoppingStarted) {
         return false; // caught before hopping began: from a channel nobody asked for
     }
-    if (_writeFailed) {
+    if (_writeFailed || _limitReached) {
         return false;
     }
     if (!isLimitReached()) {
@@ -37,10 +42,8 @@ bool CaptureSession::checkCapture() {
         (_around.settings.boolForKey(keys::RotateCaptureFiles) || _totalCaptureFiles < _maxCaptureFiles)) {
         return rotate();
     }
-    // Once: until the loop is broken, every further frame comes here too.
-    if (!_limitReached.exchange(true)) {
-        _around.mainQueue.post([this] { endCapture(); });
-    }
+    _limitReached = true; // asked once: frames go on coming until the loop is broken
+    _around.mainQueue.post([this] { endCapture(); });
     return false;
 }
 
@@ -57,18 +60,31 @@ bool CaptureSession::isLimitReached() const {
 }
 
 bool CaptureSession::rotate() {
-    if (_captureFile && !finalizeCaptureFile(false)) {
-        return false;
-    }
-    if (_captureFile && _captureFile->writeError()) {
-        noteWriteError();
-        return false;
+    if (_captureFile) {
+        if (!mayTryDelivery()) {
+            return false;
+        }
+        _captureFile->close();
+        if (_captureFile->writeError()) {
+            noteWriteError(); // the end of the capture delivers what is whole
+            return false;
+        }
+        if (!finalizeCaptureFile(false)) {
+            _nextDeliveryTry = std::chrono::steady_clock::now() + deliveryRetry;
+            return false;
+        }
     }
     if (_totalCaptureFiles < _maxCaptureFiles) {
         ++_totalCaptureFiles;
     }
     replaceCaptureFile(createCaptureFile());
     return true;
+}
+
+// After a failed delivery the next is tried a second later and not with the next frame, and not at all once the capture
+// ends, which delivers once more by itself: a destination that is full or slow must not hold up its end.
+bool CaptureSession::mayTryDelivery() const {
+    return !_deliveryTried || (!_endRequested && std::chrono::steady_clock::now() >= _nextDeliveryTry);
 }
 
 QString CaptureSession::temporaryPath(const QString& folder, const QString& prefix) const {
@@ -89,6 +105,7 @@ std::shared_ptr<VantrelCaptureFile> CaptureSession::createCaptureFile() {
 }
 
 void CaptureSession::replaceCaptureFile(std::shared_ptr<VantrelCaptureFile> file) {
+    _deliveryTried = false;
     const std::lock_guard lock(_fileMutex);
     _captureFile.swap(file);
 }
@@ -101,6 +118,7 @@ bool CaptureSession::isMultipleFileCapture() const {
 }
 
 bool CaptureSession::finalizeCaptureFile(bool reconnecting) {
+    const bool isRetry = std::exchange(_deliveryTried, true);
     return _around.finalizer.finalizeCaptureFile({.file = *_captureFile,
                                                   .totals = _totals,
                                                   .location = _captureFileLocation,
@@ -108,6 +126,7 @@ bool CaptureSession::finalizeCaptureFile(bool reconnecting) {
                                                   .isMultipleFileCapture = isMultipleFileCapture(),
                                                   .maxCaptureFiles = _maxCaptureFiles,
                                                   .totalCaptureFiles = _totalCaptureFiles,
+                                                  .isRetry = isRetry,
                                                   .reconnecting = reconnecting});
 }
 

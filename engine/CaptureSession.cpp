@@ -48,42 +48,55 @@ CaptureSession::~CaptureSession() {
 }
 
 bool CaptureSession::prepareCapture() {
-    if (_state != State::Idle) {
+    // The tray menu stays usable while a folder is being chosen.
+    if (_state != State::Idle || _preparing) {
         return false;
     }
-    auto& settings = _around.settings;
     const auto folder = temporaryFolder();
     if (!folder) {
         _around.dialogs.showCriticalAlertWithInfo(texts::noFolder, folder.error().text());
         return false;
     }
     _temporaryFolder = *folder;
-    _maxCaptureFiles = settings.integerForKey(keys::MaxCaptureFiles);
-    _captureFilePrefix = freePrefix(*folder);
+    _maxCaptureFiles = _around.settings.integerForKey(keys::MaxCaptureFiles);
+    const QDateTime started = _around.timers.now();
+    _preparing = true;
+    const bool resolved = resolveLocation();
+    _preparing = false;
+    if (resolved) {
+        _captureFilePrefix = freePrefix(started);
+    }
+    return resolved;
+}
 
+bool CaptureSession::resolveLocation() {
+    auto& settings = _around.settings;
     QString location = settings.stringForKey(keys::CaptureFilesLocation);
     if (!isSpecialLocation(location) && !QFileInfo::exists(location)) {
         location = _around.desktopFolder;
         settings.setString(keys::CaptureFilesLocation, location);
     }
-    _captureFileLocation = location;
     if (location == locations::AskForEachCapture && isMultipleFileCapture()) {
         const auto chosen = _around.dialogs.chooseCaptureFolder();
         if (!chosen) {
             return false;
         }
-        _captureFileLocation = *chosen;
+        location = *chosen;
     }
+    _captureFileLocation = location;
     return true;
 }
 
 // The start time names the capture, to the second and on a 12-hour clock. A capture whose second is taken, by a quick
-// second start or because the clock was set back, is named for the next free one: no file is ever written over.
-QString CaptureSession::freePrefix(const QString& folder) const {
-    QDateTime time = _around.timers.now();
+// second start or because the clock was set back, is named for the next free one: neither its files nor the folder that
+// gathers them are ever shared with another capture.
+QString CaptureSession::freePrefix(const QDateTime& started) const {
+    const QDir destination(_captureFileLocation);
+    QDateTime time = started;
     for (;;) {
         const QString prefix = QString(texts::prefix).arg(QLocale::c().toString(time, QString(texts::prefixTime)));
-        if (!QFileInfo::exists(temporaryPath(folder, prefix))) {
+        if (!QFileInfo::exists(temporaryPath(_temporaryFolder, prefix)) && !destination.exists(prefix) &&
+            !destination.exists(QString(texts::fileName).arg(prefix))) {
             return prefix;
         }
         time = time.addSecs(1);
@@ -99,6 +112,7 @@ bool CaptureSession::startCapture(CaptureMode mode) {
         _captureThread.join(); // of the last capture: its last act was to say so
     }
     _around.flags.mode = mode;
+    _around.flags.hoppingStarted = false;
     _fileDataLinkType = _dataLinkType;
     _userCanceled = false;
     _endRequested = false;
@@ -137,7 +151,8 @@ void CaptureSession::stopTimersAndPanel() {
 
 void CaptureSession::captureDidStart() {
     _around.flags.capturing = true;
-    _state = State::Capturing;
+    State expected = State::Opening; // a loop that has ended already is draining
+    _state.compare_exchange_strong(expected, State::Capturing);
     if (const CaptureMode mode = _around.flags.mode; mode != CaptureMode::SingleChannel) {
         _around.hopper.startHopping(mode);
     }
@@ -175,17 +190,23 @@ void CaptureSession::timerExpired() {
 
 void CaptureSession::captureDidEnd() {
     _state = State::Ending;
+    // A loop that ended by itself leaves the timers running, and their work in the queue behind the last frame.
+    _endRequested = true;
     stopTimersAndPanel();
+    _around.packetQueue.waitUntilAllOperationsAreFinished();
     _around.flags.capturing = false;
     _around.restore.restoreChannel(_around.airport);
     const bool reconnecting = _around.restore.reconnectIfDue(_around.airport);
     _around.view.enableCaptures();
-    // A capture may start again while an alert below stands open.
-    _state = State::Idle;
+    std::optional<Alert> alert;
     if (_userCanceled) {
         discardCapture();
     } else {
-        keepCapture(reconnecting);
+        alert = keepCapture(reconnecting);
+    }
+    _state = State::Idle; // the next capture may start while the alert stands open
+    if (alert) {
+        _around.dialogs.showCriticalAlertWithInfo(alert->messageText, alert->informativeText);
     }
     _around.mainQueue.post([this] { _around.view.updateStatusItem(); });
 }
@@ -201,36 +222,25 @@ void CaptureSession::discardCapture() {
     }
 }
 
-void CaptureSession::keepCapture(bool reconnecting) {
+std::optional<CaptureSession::Alert> CaptureSession::keepCapture(bool reconnecting) {
     const auto file = _captureFile;
-    if (file && _writeFailed) {
-        file->close(); // cuts it to its whole records, so that its count is true
+    std::optional<Alert> alert;
+    if (_writeFailed) {
+        alert = Alert{texts::writeFailed, _writeErrorText};
     }
     if (file && file->frames() > 0) {
         finalizeCaptureFile(reconnecting);
-        replaceCaptureFile(nullptr);
-        if (_writeFailed) {
-            tellWriteError();
+    } else if (alert || !isMultipleFileCapture()) {
+        if (file) {
+            file->close();
+            file->remove();
         }
-        return;
+        if (!alert) {
+            alert = Alert{texts::noFrames, texts::noFramesInfo};
+        }
     }
     replaceCaptureFile(nullptr);
-    if (isMultipleFileCapture()) {
-        return;
-    }
-    if (file) {
-        file->close();
-        file->remove();
-    }
-    if (_writeFailed) {
-        tellWriteError();
-    } else {
-        _around.dialogs.showCriticalAlertWithInfo(texts::noFrames, texts::noFramesInfo);
-    }
-}
-
-void CaptureSession::tellWriteError() {
-    _around.dialogs.showCriticalAlertWithInfo(texts::writeFailed, _writeErrorText);
+    return alert;
 }
 
 // The device could not be opened. What the capture command changed on the adapter is put back all the same.

@@ -26,6 +26,7 @@ void CaptureSession::runCapture() {
 }
 
 bool CaptureSession::openDevice() {
+    closeDevice(); // one that a refused data-link type left open: its monitor mode ends before the new one begins
     auto created = CaptureDevice::create(_around.airport);
     if (!created) {
         return false;
@@ -33,9 +34,8 @@ bool CaptureSession::openDevice() {
     CaptureDevice* device = created.get();
     {
         const std::lock_guard lock(_deviceMutex);
-        _device.swap(created); // one that a refused data-link type left open goes now
+        _device = std::move(created);
     }
-    created.reset();
     if (const int status = device->activate(); status != 0) {
         qCWarning(lcCapture, texts::pcapActivateFailed, device->creationError());
         qCInfo(lcCapture, "pcap_activate() answered %d: %s", status, qUtf8Printable(device->errorText()));

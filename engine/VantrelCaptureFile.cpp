@@ -6,6 +6,7 @@
 #include <cstdio>
 #include <fcntl.h>
 #include <pcap/pcap.h>
+#include <stdio_ext.h>
 #include <sys/stat.h>
 #include <unistd.h>
 
@@ -13,7 +14,7 @@ namespace vantrel {
 
 namespace {
 
-constexpr std::size_t streamBuffer = 256 * 1024;
+constexpr std::size_t streamBuffer = std::size_t{256} * 1024;
 constexpr std::size_t fileHeaderLength = 24;
 constexpr std::size_t recordHeaderLength = 16;
 constexpr std::uint64_t countedPerFrame = 24; // limits have always counted records so, not by their length on disk
@@ -39,7 +40,8 @@ std::unique_ptr<VantrelCaptureFile> VantrelCaptureFile::initWithPath(const QStri
     FileDescriptor second(file.isOpen() ? ::fcntl(file.get(), F_DUPFD_CLOEXEC, 0) : -1);
     std::FILE* stream = second.isOpen() ? ::fdopen(second.get(), "wb") : nullptr;
     if (stream == nullptr) {
-        qCWarning(lcCapture, texts::pcapDumpOpenFailed, qUtf8Printable(path), std::strerror(errno));
+        const Error error = Error::fromErrno(path); // taken first: the log may look at files of its own
+        qCWarning(lcCapture, texts::pcapDumpOpenFailed, qUtf8Printable(path), qUtf8Printable(error.why));
         return nullptr;
     }
     static_cast<void>(second.release()); // the stream owns it now
@@ -47,6 +49,7 @@ std::unique_ptr<VantrelCaptureFile> VantrelCaptureFile::initWithPath(const QStri
     // takes the size from us only together with the memory.
     std::unique_ptr<char[]> buffer(new char[streamBuffer]);
     std::setvbuf(stream, buffer.get(), _IOFBF, streamBuffer);
+    ::__fsetlocking(stream, FSETLOCKING_BYCALLER); // one thread writes: no lock for each part of a record
     pcap_dumper* dumpfile = pcap_dump_fopen(device.get(), stream);
     if (dumpfile == nullptr) {
         qCWarning(lcCapture, texts::pcapDumpOpenFailed, qUtf8Printable(path), pcap_geterr(device.get()));
@@ -143,7 +146,8 @@ void VantrelCaptureFile::cutToWholeRecords() {
         keptSize += captured + countedPerFrame;
     }
     if (::ftruncate(_file.get(), static_cast<off_t>(end)) != 0) {
-        qCWarning(lcCapture, "ftruncate() failed for file %s: %s", qUtf8Printable(_path), std::strerror(errno));
+        const Error error = Error::fromErrno(_path);
+        qCWarning(lcCapture, "ftruncate() failed for file %s: %s", qUtf8Printable(_path), qUtf8Printable(error.why));
     }
     _frames.store(keptFrames, std::memory_order_relaxed);
     _size.store(keptSize, std::memory_order_relaxed);

@@ -2,8 +2,11 @@
 
 #include <QDir>
 #include <QFile>
+#include <QFileInfo>
+#include <QScopeGuard>
 #include <QTemporaryDir>
 #include <gtest/gtest.h>
+#include <sys/mount.h>
 
 namespace vantrel {
 namespace {
@@ -93,6 +96,40 @@ TEST_F(CaptureDeliveryTest, AFolderThatCannotBeMadeLeavesTheFileWhereItIs) {
     ASSERT_FALSE(delivered);
     EXPECT_TRUE(delivered.error().text().contains(QStringLiteral("desktop/vantrel_x")));
     EXPECT_TRUE(QFile::exists(_folder.filePath(QStringLiteral("vantrel_x.pcap"))));
+}
+
+TEST_F(CaptureDeliveryTest, AFileThatCannotMoveUpKeepsAllOthersInTheirPlaces) {
+    ASSERT_TRUE(finish("first", 4));
+    ASSERT_TRUE(finish("second", 4));
+    // A folder of that name cannot be replaced by a file.
+    ASSERT_TRUE(QFile::remove(gathered().filePath(QStringLiteral("vantrel_x.002.pcap"))));
+    ASSERT_TRUE(gathered().mkdir(QStringLiteral("vantrel_x.002.pcap")));
+    ASSERT_FALSE(finish("third", 4));
+    EXPECT_EQ(read(QStringLiteral("vantrel_x.001.pcap")), "second");
+    QFile kept(_folder.filePath(QStringLiteral("vantrel_x.pcap")));
+    ASSERT_TRUE(kept.open(QIODevice::ReadOnly));
+    EXPECT_EQ(kept.readAll(), "third");
+}
+
+TEST_F(CaptureDeliveryTest, AFullDestinationMovesNothing) {
+    const QString desktop = _folder.filePath(QStringLiteral("desktop"));
+    ASSERT_TRUE(QDir().mkdir(desktop));
+    if (::mount("tmpfs", qPrintable(desktop), "tmpfs", 0, "size=64k") != 0) {
+        GTEST_SKIP() << "mounting a small file system needs CAP_SYS_ADMIN";
+    }
+    const auto unmount = qScopeGuard([&] { ::umount2(qPrintable(desktop), MNT_DETACH); });
+    ASSERT_TRUE(finish("first", 2));
+    ASSERT_TRUE(finish("second", 2));
+    const QByteArray large(200'000, 'x');
+    for (int attempt = 0; attempt < 3; ++attempt) {
+        const auto delivered = finish(large, 2);
+        ASSERT_FALSE(delivered);
+        EXPECT_EQ(delivered.error().why, QStringLiteral("No space left on device"));
+    }
+    EXPECT_EQ(read(QStringLiteral("vantrel_x.001.pcap")), "second");
+    EXPECT_EQ(read(QStringLiteral("vantrel_x.002.pcap")), "first");
+    EXPECT_EQ(gathered().entryList(QDir::Files | QDir::Hidden).size(), 2) << "a passing copy was left behind";
+    EXPECT_EQ(QFileInfo(_folder.filePath(QStringLiteral("vantrel_x.pcap"))).size(), large.size());
 }
 
 } // namespace

@@ -77,7 +77,7 @@ TEST_F(CaptureDeviceTest, LibpcapIsAskedForMonitorModeWhereItCanAndARefusalIsOnl
     const auto device = CaptureDevice::create(interface);
     ASSERT_TRUE(device);
     ASSERT_EQ(log.warnings().size(), 2);
-    EXPECT_EQ(log.warnings().at(0), QStringLiteral("beginMonitorMode() failed: monitor mode: refused"));
+    EXPECT_EQ(log.warnings().at(0), QStringLiteral("pcap_set_rfmon() failed: monitor mode: refused"));
     EXPECT_TRUE(log.warnings().at(1).startsWith(QStringLiteral("pcap_set_rfmon() failed: ")));
 }
 
@@ -151,6 +151,15 @@ TEST_F(CaptureDeviceTest, AStreamIsReadLikeADeviceAndEndsWhenBroken) {
     reader.join();
     EXPECT_EQ(result, -2);
     EXPECT_EQ(seen.frames, 1);
+}
+
+// Real time: the patience is two seconds, and it is only checked that it ends.
+TEST_F(CaptureDeviceTest, AStreamThatNeverBeginsIsGivenUp) {
+    StreamInterface stream;
+    const testing::LogCapture log;
+    EXPECT_FALSE(CaptureDevice::create(stream));
+    ASSERT_EQ(log.warnings().size(), 1);
+    EXPECT_TRUE(log.warnings().first().startsWith(QStringLiteral("pcap_create() failed: ")));
 }
 
 } // namespace

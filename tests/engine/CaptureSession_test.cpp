@@ -55,7 +55,7 @@ TEST_F(CaptureSessionTest, RunsThroughItsStatesInTheGivenOrder) {
     EXPECT_FALSE(session->isCapturing());
     EXPECT_EQ(recorder.events, QStringList({QStringLiteral("disableCaptures"), QStringLiteral("startProgress"),
                                             QStringLiteral("enableCaptures"), QStringLiteral("updateStatusItem")}));
-    EXPECT_EQ(recorder.finalizedFrames, std::vector<std::uint64_t>{1});
+    EXPECT_EQ(recorder.finalized(), std::vector<std::uint64_t>{1});
     EXPECT_EQ(session->totalFrames(), 1U);
     EXPECT_EQ(session->totalBytes(), 24U + 16U + 100U);
 }
@@ -80,7 +80,7 @@ TEST_F(CaptureSessionTest, AnEmptyCaptureIsRemovedAndSaidSo) {
     ASSERT_TRUE(waitIdle());
     EXPECT_EQ(alerts(), QStringList(noFramesAlert));
     EXPECT_EQ(temporaryFile(), QString());
-    EXPECT_TRUE(recorder.finalizedFrames.empty());
+    EXPECT_TRUE(recorder.finalized().empty());
 }
 
 TEST_F(CaptureSessionTest, CancelLeavesNothingBehind) {
@@ -89,7 +89,7 @@ TEST_F(CaptureSessionTest, CancelLeavesNothingBehind) {
     session->userDidCancel();
     ASSERT_TRUE(waitIdle());
     EXPECT_EQ(temporaryFile(), QString());
-    EXPECT_TRUE(recorder.finalizedFrames.empty());
+    EXPECT_TRUE(recorder.finalized().empty());
     EXPECT_TRUE(alerts().isEmpty());
 }
 
@@ -122,7 +122,7 @@ TEST_F(CaptureSessionTest, StopAndCancelWhileIdleDoNothing) {
     receiveInto(1);
     session->userDidStop();
     ASSERT_TRUE(waitIdle());
-    EXPECT_EQ(recorder.finalizedFrames.size(), 1U) << "an earlier Cancel discarded this capture";
+    EXPECT_EQ(recorder.finalized().size(), 1U) << "an earlier Cancel discarded this capture";
 }
 
 TEST_F(CaptureSessionTest, AHandleThatCannotBeMadeIsOnlyLogged) {
@@ -171,8 +171,8 @@ TEST_F(CaptureSessionTest, ARefusedMonitorModeIsOnlyLogged) {
     receiveInto(1);
     session->userDidStop();
     ASSERT_TRUE(waitIdle());
-    EXPECT_EQ(recorder.finalizedFrames, std::vector<std::uint64_t>{1});
-    EXPECT_EQ(log.warnings(), QStringList(QStringLiteral("beginMonitorMode() failed: monitor mode: refused")));
+    EXPECT_EQ(recorder.finalized(), std::vector<std::uint64_t>{1});
+    EXPECT_EQ(log.warnings(), QStringList(QStringLiteral("pcap_set_rfmon() failed: monitor mode: refused")));
 }
 
 TEST_F(CaptureSessionTest, ADeletedDeviceEndsTheCaptureAndKeepsItsFrames) {
@@ -182,7 +182,7 @@ TEST_F(CaptureSessionTest, ADeletedDeviceEndsTheCaptureAndKeepsItsFrames) {
     tap.reset();
     ASSERT_TRUE(waitIdle());
     EXPECT_EQ(log.warnings(), QStringList(QStringLiteral("pcap_loop() failed: The interface disappeared")));
-    EXPECT_EQ(recorder.finalizedFrames, std::vector<std::uint64_t>{2});
+    EXPECT_EQ(recorder.finalized(), std::vector<std::uint64_t>{2});
     EXPECT_EQ(timers.running(), 1U) << "only the panel's delayed opening is left";
 }
 
@@ -298,6 +298,71 @@ TEST_F(CaptureSessionTest, DestroyingARunningSessionKeepsItsFile) {
     mainQueue.close();
     session.reset();
     EXPECT_EQ(QFileInfo(temporaryFile()).size(), 24 + 16 + 100);
+}
+
+TEST_F(CaptureSessionTest, ALaterHoppingCaptureDropsItsEarlyFramesToo) {
+    flags.hoppingStarted = true; // as an earlier one left it
+    ASSERT_TRUE(session->prepareCapture());
+    ASSERT_TRUE(session->startCapture(CaptureMode::AllChannels));
+    EXPECT_FALSE(flags.hoppingStarted);
+}
+
+TEST_F(CaptureSessionTest, StopAndCancelWhileThePermissionAlertIsOpenChangeNothing) {
+    airport.device = QStringLiteral("vantrel-none");
+    recorder.whileAlerting = [this] {
+        session->userDidStop();
+        session->userDidCancel();
+        bool handled = false;
+        mainQueue.post([&] { handled = true; });
+        EXPECT_TRUE(runUntil([&] { return handled; }));
+        EXPECT_EQ(session->state(), CaptureSession::State::Opening);
+    };
+    EXPECT_FALSE(start());
+    ASSERT_TRUE(waitIdle());
+    EXPECT_EQ(recorder.events, QStringList(permissionAlert));
+}
+
+TEST_F(CaptureSessionTest, ASessionDestroyedBehindThePermissionAlertDoesNotHang) {
+    airport.device = QStringLiteral("vantrel-none");
+    ASSERT_TRUE(session->prepareCapture());
+    ASSERT_TRUE(session->startCapture(CaptureMode::SingleChannel));
+    // The thread waits for an alert that nobody shows.
+    mainQueue.close();
+    session.reset();
+    EXPECT_TRUE(alerts().isEmpty());
+}
+
+TEST_F(CaptureSessionTest, ASecondStopDoesNotCutTheLastFramesOff) {
+    ASSERT_TRUE(start());
+    for (int frame = 0; frame < 50; ++frame) {
+        receive();
+    }
+    session->userDidStop();
+    session->userDidStop();
+    ASSERT_TRUE(waitIdle());
+    EXPECT_EQ(recorder.finalized(), std::vector<std::uint64_t>{50});
+}
+
+TEST_F(CaptureSessionTest, WhileOneFolderIsChosenNoOtherCaptureCanBePrepared) {
+    settings.setString(keys::CaptureFilesLocation, locations::AskForEachCapture);
+    set(keys::LimitCaptureFile, 1);
+    set(keys::MaxCaptureFiles, 2);
+    recorder.chosenFolder = folder.path();
+    bool second = true;
+    recorder.whileChoosing = [&] { second = session->prepareCapture(); };
+    EXPECT_TRUE(session->prepareCapture());
+    EXPECT_FALSE(second);
+}
+
+TEST_F(CaptureSessionTest, NoCaptureStartsBeforeTheLastOnesFileIsDelivered) {
+    ASSERT_TRUE(start());
+    receiveInto(1);
+    bool second = true;
+    recorder.whileFinalizing = [&] { second = session->prepareCapture(); };
+    session->userDidStop();
+    ASSERT_TRUE(waitIdle());
+    EXPECT_FALSE(second) << "a save panel was open, and the file it saves would be lost";
+    EXPECT_TRUE(start());
 }
 
 TEST_F(CaptureSessionTest, ABrokenLoopIsLogged) {

@@ -7,6 +7,7 @@
 #include <QFileInfo>
 #include <algorithm>
 #include <unistd.h>
+#include <utility>
 
 namespace vantrel::testing {
 
@@ -93,10 +94,16 @@ Expected<std::unique_ptr<MonitorMode>> DeviceInterface::beginMonitorMode() {
 
 void Recorder::showCriticalAlertWithInfo(const QString& messageText, const QString& informativeText) {
     events << QStringLiteral("alert: %1 | %2").arg(messageText, informativeText);
+    if (whileAlerting) {
+        std::exchange(whileAlerting, nullptr)();
+    }
 }
 
 std::optional<QString> Recorder::chooseCaptureFolder() {
     events << QStringLiteral("chooseCaptureFolder");
+    if (whileChoosing) {
+        std::exchange(whileChoosing, nullptr)();
+    }
     return chosenFolder;
 }
 
@@ -106,19 +113,33 @@ void Recorder::startHopping(CaptureMode mode) {
 
 bool Recorder::finalizeCaptureFile(const FinishedCapture& finished) {
     finished.file.close();
-    finished.totals.push(finished.file.frames(), static_cast<std::uint64_t>(QFileInfo(finished.file.path()).size()));
+    if (!finished.isRetry) {
+        finished.totals.push(finished.file.frames(),
+                             static_cast<std::uint64_t>(QFileInfo(finished.file.path()).size()));
+    }
+    ++attempts;
+    if (whileFinalizing) {
+        std::exchange(whileFinalizing, nullptr)();
+    }
     if (!finalizing) {
         return false;
     }
-    finalizedFrames.push_back(finished.file.frames());
+    const std::lock_guard lock(_mutex);
+    _finalizedFrames.push_back(finished.file.frames());
     lastReconnecting = finished.reconnecting;
     lastLocation = finished.location;
+    lastPrefix = finished.prefix;
     if (keepsFiles) {
         const QString kept = QStringLiteral("%1.%2").arg(finished.file.path()).arg(finalizedPaths.size() + 1);
         finalizedPaths << kept;
         return QFile::rename(finished.file.path(), kept);
     }
     return true;
+}
+
+std::vector<std::uint64_t> Recorder::finalized() const {
+    const std::lock_guard lock(_mutex);
+    return _finalizedFrames;
 }
 
 SessionFixture::SessionFixture() {

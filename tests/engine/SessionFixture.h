@@ -82,11 +82,21 @@ public:
     void startHopping(CaptureMode mode) override;
     bool finalizeCaptureFile(const FinishedCapture& finished) override;
 
+    // Frames of each file that was delivered, in order. Any thread.
+    [[nodiscard]] std::vector<std::uint64_t> finalized() const;
+
     int progressUpdates = 0;
-    std::vector<std::uint64_t> finalizedFrames;
-    FinishedCapture* last = nullptr;
+    std::atomic<int> attempts = 0; // deliveries tried
     bool lastReconnecting = false;
     QString lastLocation;
+    QString lastPrefix;
+    std::function<void()> whileChoosing; // runs while the folder chooser stands open
+    std::function<void()> whileAlerting; // runs while an alert stands open
+    std::function<void()> whileFinalizing;
+
+private:
+    mutable std::mutex _mutex;
+    std::vector<std::uint64_t> _finalizedFrames; // guarded by _mutex
 };
 
 class SessionFixture : public ::testing::Test {

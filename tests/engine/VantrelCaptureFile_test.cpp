@@ -1,15 +1,14 @@
 #include "engine/VantrelCaptureFile.h"
 
 #include "PcapFaults.h"
+#include "SmallFileSystem.h"
 #include "support/LogCapture.h"
 
-#include <QDir>
 #include <QFile>
 #include <QFileInfo>
 #include <QTemporaryDir>
 #include <gtest/gtest.h>
 #include <pcap/pcap.h>
-#include <sys/mount.h>
 #include <sys/stat.h>
 
 namespace vantrel {
@@ -145,12 +144,11 @@ TEST_F(CaptureFileTest, AMissingDeadHandleIsLogged) {
 
 // A small file system of our own that fills up in the middle of a record.
 TEST_F(CaptureFileTest, AFullDiskKeepsEveryWholeRecordAndCountsThem) {
-    const QString small = folder.filePath(QStringLiteral("small"));
-    ASSERT_TRUE(QDir().mkdir(small));
-    if (::mount("tmpfs", qPrintable(small), "tmpfs", 0, "size=1m") != 0) {
+    const testing::SmallFileSystem small(folder.filePath(QStringLiteral("small")), "size=1m");
+    if (!small.isMounted()) {
         GTEST_SKIP() << "mounting a small file system needs CAP_SYS_ADMIN";
     }
-    const QString full = small + QStringLiteral("/full.pcap");
+    const QString full = small.path() + QStringLiteral("/full.pcap");
     std::uint64_t frames = 0;
     {
         const auto file = VantrelCaptureFile::initWithPath(full, 127);
@@ -177,7 +175,6 @@ TEST_F(CaptureFileTest, AFullDiskKeepsEveryWholeRecordAndCountsThem) {
     EXPECT_TRUE(whole) << "the file ends inside a record";
     // One more record would not have fitted into the mebibyte.
     EXPECT_GT(QFileInfo(full).size() + 16 + 1001, 1024 * 1024 - 4096);
-    ::umount2(qPrintable(small), MNT_DETACH);
 }
 
 } // namespace

@@ -97,7 +97,8 @@ std::size_t StreamSink::send(std::span<const std::uint8_t> bytes) {
     }
     if (errno != EAGAIN && errno != EWOULDBLOCK && errno != ENOBUFS) {
         if (errno != EPIPE && errno != ECONNRESET) {
-            qCWarning(lcSimulated, "send failed: %s", std::strerror(errno));
+            const Error error = Error::fromErrno(QStringLiteral("send"));
+            qCWarning(lcSimulated, "send failed: %s", qUtf8Printable(error.why));
         }
         _socket.reset();
     }

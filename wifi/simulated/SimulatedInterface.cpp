@@ -34,7 +34,8 @@ Expected<Outlet> makeStreamOutlet() {
     FileDescriptor reader(ends[0]);
     FileDescriptor writer(ends[1]);
     if (::setsockopt(writer.get(), SOL_SOCKET, SO_SNDBUF, &streamBufferSize, sizeof streamBufferSize) < 0) {
-        qCWarning(lcSimulated, "SO_SNDBUF failed: %s", std::strerror(errno)); // only makes losses likelier
+        const Error error = Error::fromErrno(QStringLiteral("SO_SNDBUF")); // only makes losses likelier
+        qCWarning(lcSimulated, "SO_SNDBUF failed: %s", qUtf8Printable(error.why));
     }
     return Outlet{std::make_unique<StreamSink>(std::move(writer)), {}, std::move(reader)};
 }

@@ -11,6 +11,7 @@
 #include <atomic>
 #include <cstdint>
 #include <memory>
+#include <mutex>
 #include <vector>
 
 namespace vantrel {
@@ -70,6 +71,9 @@ private:
     void* _user = nullptr;
     std::uint32_t _delivered = 0; // frames; wraps around as libpcap's own counters do
     std::atomic<bool> _broken = false;
+    // Held while the loop is broken and while draining begins, which replaces what libpcap wakes its reader with.
+    std::mutex _breakMutex;
+    bool _draining = false; // guarded by _breakMutex
     PcapHandle _handle;
 };
 

@@ -28,7 +28,8 @@ public:
     using Progress = CaptureProgress;
 
     explicit CaptureSession(const Surroundings& surroundings);
-    // Breaks a running capture and waits for its thread; its file stays where it was written.
+    // Breaks a running capture and waits for its thread; its file stays where it was written. The main queue is closed
+    // before: it may hold work for this session, and the thread may be waiting in it for an alert.
     ~CaptureSession() override;
     CaptureSession(const CaptureSession&) = delete;
     CaptureSession& operator=(const CaptureSession&) = delete;
@@ -58,13 +59,17 @@ public:
     void setDataLinkType(int dataLinkType) noexcept { _dataLinkType = dataLinkType; }
 
 private:
+    struct Alert {
+        QString messageText;
+        QString informativeText;
+    };
+
     // On the capture thread (CaptureThread.cpp).
     void runCapture();
     [[nodiscard]] bool openDevice();
     void beginFiles();
     void runLoop();
     void closeDevice();
-    void refuse();
     void frameArrived(const pcap_pkthdr& header, const unsigned char* data);
     void takeStatistics();
 
@@ -73,6 +78,7 @@ private:
     bool checkCapture();
     [[nodiscard]] bool isLimitReached() const;
     [[nodiscard]] bool rotate();
+    [[nodiscard]] bool mayTryDelivery() const;
     [[nodiscard]] std::shared_ptr<VantrelCaptureFile> createCaptureFile();
     bool finalizeCaptureFile(bool reconnecting);
     void flushCaptureFile();
@@ -89,9 +95,10 @@ private:
     void timerExpired();
     void stopTimersAndPanel();
     void discardCapture();
-    void keepCapture(bool reconnecting);
-    void tellWriteError();
-    [[nodiscard]] QString freePrefix(const QString& folder) const;
+    // Delivers or removes what the capture left; answers what the user must be told, nothing when all is well.
+    [[nodiscard]] std::optional<Alert> keepCapture(bool reconnecting);
+    [[nodiscard]] bool resolveLocation();
+    [[nodiscard]] QString freePrefix(const QDateTime& started) const;
 
     const Surroundings _around;
     CaptureTotals _totals;
@@ -127,8 +134,11 @@ private:
     std::atomic<bool> _writeFailed = false;
     std::atomic<bool> _limitReached = false; // the limit that ends the capture
     std::atomic<bool> _flushQueued = false;
+    bool _deliveryTried = false;                            // of the current file; the file's owner only
+    std::chrono::steady_clock::time_point _nextDeliveryTry; // the file's owner only
     QString _writeErrorText; // written once by the packet queue before the capture ends, read after
 
+    bool _preparing = false;                      // main thread: a folder is being chosen
     std::unique_ptr<Timers::Handle> _mainTimer;   // main thread
     std::unique_ptr<Timers::Handle> _updateTimer; // main thread
     std::unique_ptr<Timers::Handle> _panelTimer;  // main thread

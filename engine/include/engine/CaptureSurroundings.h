@@ -57,6 +57,7 @@ struct FinishedCapture {
     bool isMultipleFileCapture = false;
     std::int64_t maxCaptureFiles = 1;
     std::int64_t totalCaptureFiles = 1;
+    bool isRetry = false;      // tried before without success: its counts are in the totals
     bool reconnecting = false; // the adapter was just power-cycled, the network is not back yet
 };
 
