@@ -2,6 +2,7 @@
 
 #include <algorithm>
 #include <atomic>
+#include <chrono>
 #include <future>
 #include <gtest/gtest.h>
 #include <vector>
@@ -86,6 +87,20 @@ TEST(PacketQueue, ALoneOperationRunsWithoutAnythingBehindIt) {
         std::promise<void> ran;
         queue.addOperation(step([&] { ran.set_value(); }));
         ran.get_future().wait(); // hangs, and is ended by the test's time limit, if the worker sleeps on
+    }
+}
+
+// Real time: the operations are aimed at the moments, 2 and 4 ms after the last one, when the worker goes to sleep.
+TEST(PacketQueue, NoOperationIsOverlookedWhileTheWorkerFallsAsleep) {
+    using std::chrono::microseconds;
+    PacketQueue queue;
+    for (int round = 0; round < 300; ++round) {
+        const auto aim = std::chrono::steady_clock::now() + microseconds(1700 + (round * 37) % 3000);
+        while (std::chrono::steady_clock::now() < aim) {
+        }
+        std::promise<void> ran;
+        queue.addOperation(step([&] { ran.set_value(); }));
+        ASSERT_EQ(ran.get_future().wait_for(std::chrono::seconds(5)), std::future_status::ready) << "round " << round;
     }
 }
 

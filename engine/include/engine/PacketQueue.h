@@ -5,13 +5,16 @@
 // counts as dropped and never as memory without end. Destruction runs what was added, then joins the worker.
 #pragma once
 
+#include <atomic>
 #include <condition_variable>
 #include <cstddef>
 #include <cstdint>
+#include <deque>
 #include <functional>
 #include <memory>
 #include <mutex>
 #include <thread>
+#include <vector>
 
 namespace vantrel {
 
@@ -21,45 +24,20 @@ public:
     virtual void main() = 0;
     // Whether the queue may keep the operation for spareOperation() after it has run.
     [[nodiscard]] virtual bool isReusable() const noexcept { return false; }
-
-private:
-    friend class OperationChain;
-    Operation* _next = nullptr; // owned by the chain that the operation stands in
-};
-
-// A list of operations that costs no allocation of its own.
-class OperationChain {
-public:
-    OperationChain() noexcept = default;
-    OperationChain(OperationChain&& other) noexcept;
-    OperationChain& operator=(OperationChain&& other) noexcept;
-    OperationChain(const OperationChain&) = delete;
-    OperationChain& operator=(const OperationChain&) = delete;
-    ~OperationChain() { clear(); }
-
-    [[nodiscard]] bool isEmpty() const noexcept { return _first == nullptr; }
-    void append(std::unique_ptr<Operation> operation) noexcept;
-    void prepend(std::unique_ptr<Operation> operation) noexcept;
-    [[nodiscard]] std::unique_ptr<Operation> takeFirst() noexcept;
-    void prependAll(OperationChain&& other) noexcept;
-    void clear() noexcept;
-
-private:
-    Operation* _first = nullptr;
-    Operation* _last = nullptr;
 };
 
 class PacketQueue {
 public:
     static constexpr std::size_t defaultCapacity = 8192;
 
-    // `beforeBatch` runs on the worker before each batch of operations, and within long ones every few hundred.
+    // `beforeBatch` runs on the worker before each batch of operations, which has a few hundred at the most.
     explicit PacketQueue(std::function<void()> beforeBatch = {}, std::size_t capacity = defaultCapacity);
     ~PacketQueue();
     PacketQueue(const PacketQueue&) = delete;
     PacketQueue& operator=(const PacketQueue&) = delete;
 
-    // Adds one operation; waits while the queue is full.
+    // Adds one operation; waits while the queue is full. Takes a lock only then, or to wake the worker. The operation
+    // runs at once after a quiet moment, else within a few milliseconds.
     void addOperation(std::unique_ptr<Operation> operation);
 
     // Runs the task after everything added before it. Allocates, so it is not for frames.
@@ -74,26 +52,44 @@ public:
 private:
     enum class Worker { Busy, Dozing, Asleep };
 
+    struct Task {
+        std::function<void()> run;
+        std::uint64_t position; // runs before the operation of that number
+    };
+
     void work();
-    [[nodiscard]] OperationChain takeBatch();
-    void runBatch(OperationChain batch);
-    void add(std::unique_ptr<Operation> operation, bool urgent);
+    bool takeBatch();
+    void awaitWork(std::unique_lock<std::mutex>& lock);
+    void runOperations();
+    void finishBatch(std::uint64_t tasks);
+    void awaitRoom();
+    void wakeWorker();
+    [[nodiscard]] std::uint64_t pending() const noexcept { return _tail - _head; }
 
     const std::size_t _capacity;
+    const std::size_t _wakeAt; // operations that end the worker's doze
     const std::function<void()> _beforeBatch;
-    OperationChain _spareOfProducer; // capture thread only
 
-    std::mutex _mutex;
+    // Operations are numbered as they are added; number n stands in slot n % _capacity while _head <= n < _tail.
+    std::vector<std::unique_ptr<Operation>> _slots;
+    std::vector<std::unique_ptr<Operation>> _spareOfProducer; // capture thread only
+
+    alignas(64) std::atomic<std::uint64_t> _tail = 0; // written by the capture thread alone
+    alignas(64) std::atomic<std::uint64_t> _head = 0; // written by the worker alone, with _mutex held
+    std::atomic<Worker> _worker = Worker::Busy;       // written with _mutex held
+    std::vector<std::unique_ptr<Operation>> _batch;   // worker only, as the two below
+    std::vector<std::unique_ptr<Operation>> _spareOfWorker;
+    std::deque<Task> _dueTasks;
+
+    alignas(64) std::mutex _mutex;
     std::condition_variable _wakeWorker;
-    std::condition_variable _progress; // operations finished
-    OperationChain _pending;           // guarded by _mutex, as is all below
-    OperationChain _spare;
-    std::size_t _pendingCount = 0;
-    std::size_t _spareCount = 0;
-    std::uint64_t _added = 0;
-    std::uint64_t _finished = 0;
+    std::condition_variable _progress; // room, or operations finished
+    std::deque<Task> _tasks;           // guarded by _mutex, as is all below
+    std::vector<std::unique_ptr<Operation>> _spare;
+    std::uint64_t _finished = 0; // operations
+    std::uint64_t _tasksAdded = 0;
+    std::uint64_t _tasksFinished = 0;
     std::size_t _waiters = 0;
-    Worker _worker = Worker::Busy;
     bool _urgent = false;
     bool _stopping = false;
 
