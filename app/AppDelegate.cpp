@@ -17,7 +17,7 @@ namespace vantrel {
 
 namespace {
 
-Q_LOGGING_CATEGORY(lcApp, "vantrel.app")
+Q_LOGGING_CATEGORY(lcApp, "vantrel.app", QtInfoMsg) // the steps of the start-up show when debug output is asked for
 
 AppDelegate* shared = nullptr; // main thread
 
@@ -168,6 +168,7 @@ void AppDelegate::applicationWillTerminate() {
     if (!_session) {
         return;
     }
+    _dialogs.stopAsking(); // at log-out nobody is there to answer, and the session would wait
     _session->userDidStop();
     // The capture ends through the event loop, which has ended: run one until the file is finished.
     QEventLoop ending;

@@ -16,11 +16,13 @@ Q_LOGGING_CATEGORY(lcDelivery, "vantrel.delivery")
 }
 
 void TrayCaptureView::enableCaptures() {
+    _capturing = false;
     _item.setCapturesEnabled(true);
     _item.setCapturing(false);
 }
 
 void TrayCaptureView::disableCaptures() {
+    _capturing = true;
     _item.setCapturesEnabled(false);
     _item.setCapturing(true);
 }
@@ -32,8 +34,9 @@ void TrayCaptureView::updateStatusItem() {
     }
 }
 
+// Comes some time after the start, so the capture may be over already.
 void TrayCaptureView::startProgress() {
-    _open = true;
+    _open = _capturing;
     updateProgress();
 }
 
@@ -49,17 +52,23 @@ void TrayCaptureView::closeProgress() {
 }
 
 void AlertDialogs::showCriticalAlertWithInfo(const QString& messageText, const QString& informativeText) {
-    ui::showCriticalAlertWithInfo(messageText, informativeText);
+    if (_asking) {
+        ui::showCriticalAlertWithInfo(messageText, informativeText);
+    } else {
+        qCWarning(lcDelivery, "%s %s", qUtf8Printable(messageText), qUtf8Printable(informativeText));
+    }
 }
 
-std::optional<QString> AlertDialogs::chooseCaptureFolder() { return ui::askForFolder(); }
+std::optional<QString> AlertDialogs::chooseCaptureFolder() { return _asking ? ui::askForFolder() : std::nullopt; }
 
 void CurrentChannelOnly::startHopping(CaptureMode /*mode*/) { _flags.hoppingStarted = true; }
 
 bool DeliveringFinalizer::finalizeCaptureFile(const FinishedCapture& finished) {
     const QString path = finished.file.path();
     finished.file.close();
-    finished.totals.push(finished.file.frames(), static_cast<std::uint64_t>(QFileInfo(path).size()));
+    if (!finished.isRetry) {
+        finished.totals.push(finished.file.frames(), static_cast<std::uint64_t>(QFileInfo(path).size()));
+    }
     const auto delivered = deliverCaptureFile({.path = path,
                                                .location = finished.location,
                                                .prefix = finished.prefix,

@@ -1,7 +1,11 @@
 #include "app/TerminationSignals.h"
 
+#include "base/Error.h"
+
+#include <QLoggingCategory>
 #include <QSocketNotifier>
 #include <array>
+#include <cerrno>
 #include <csignal>
 #include <fcntl.h>
 #include <unistd.h>
@@ -9,6 +13,8 @@
 namespace vantrel {
 
 namespace {
+
+Q_LOGGING_CATEGORY(lcApp, "vantrel.app")
 
 constexpr std::array handled{SIGTERM, SIGINT, SIGHUP};
 volatile std::sig_atomic_t wakeUpDescriptor = -1;
@@ -25,6 +31,8 @@ void wake(int /*signal*/) {
 TerminationSignals::TerminationSignals() {
     std::array<int, 2> ends{};
     if (::pipe2(ends.data(), O_CLOEXEC | O_NONBLOCK) != 0) {
+        const Error error = Error::fromErrno(QStringLiteral("pipe2"));
+        qCWarning(lcApp, "pipe2() failed: %s", qUtf8Printable(error.why));
         return; // the signals keep their own meaning
     }
     _reader = FileDescriptor(ends[0]);
@@ -40,7 +48,10 @@ TerminationSignals::TerminationSignals() {
     action.sa_handler = wake;
     action.sa_flags = SA_RESTART;
     for (const int signal : handled) {
-        ::sigaction(signal, &action, nullptr);
+        if (::sigaction(signal, &action, nullptr) != 0) {
+            const Error error = Error::fromErrno(QStringLiteral("sigaction"));
+            qCWarning(lcApp, "sigaction() failed for signal %d: %s", signal, qUtf8Printable(error.why));
+        }
     }
 }
 

@@ -3,6 +3,7 @@
 #include "app/TerminationSignals.h"
 #include "app/WiFiBackend.h"
 #include "services/SingleInstance.h"
+#include "ui/ApplicationIcon.h"
 
 #include <QApplication>
 #include <QLoggingCategory>
@@ -26,6 +27,7 @@ int main(int argc, char** argv) {
     QApplication::setApplicationName(QStringLiteral("Vantrel"));
     QApplication::setDesktopFileName(QStringLiteral("vantrel"));
     QApplication::setApplicationVersion(QStringLiteral(VANTREL_VERSION));
+    QApplication::setWindowIcon(ui::applicationIcon());
     QApplication::setQuitOnLastWindowClosed(false); // it lives in the tray
 
     const auto instance = SingleInstance::claim(activationToken);
@@ -39,15 +41,22 @@ int main(int argc, char** argv) {
 
     AppDelegate delegate(
         {.wifi = std::move(*wifi), .version = QApplication::applicationVersion(), .sendTrackingReport = {}});
-    const TerminationSignals signals_;
+    const TerminationSignals terminationSignals;
     QObject::connect(&delegate, &AppDelegate::quitRequested, &application, &QCoreApplication::quit,
                      Qt::QueuedConnection);
-    QObject::connect(&signals_, &TerminationSignals::terminationRequested, &application, &QCoreApplication::quit);
+    QObject::connect(&terminationSignals, &TerminationSignals::terminationRequested, &application,
+                     &QCoreApplication::quit);
     QObject::connect(instance->get(), &SingleInstance::activationRequested, &delegate,
                      [&delegate] { static_cast<void>(delegate.applicationShouldHandleReopen(false)); });
 
-    delegate.applicationWillFinishLaunching();
-    delegate.applicationDidFinishLaunching();
+    // In the event loop: until it runs, nothing can end a program that shows a question.
+    QMetaObject::invokeMethod(
+        &delegate,
+        [&delegate] {
+            delegate.applicationWillFinishLaunching();
+            delegate.applicationDidFinishLaunching();
+        },
+        Qt::QueuedConnection);
     const int status = QApplication::exec();
     delegate.applicationWillTerminate();
     return status;

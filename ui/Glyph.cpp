@@ -1,29 +1,21 @@
 #include "Glyph.h"
 
-#include <QFile>
+#include "Drawing.h"
+
 #include <QGuiApplication>
-#include <QLoggingCategory>
 #include <QPainter>
 #include <QPalette>
 #include <QPixmap>
 #include <QSvgRenderer>
-
-// Resources of a static library stay out of the program unless someone asks for them, outside any namespace.
-static void registerResources() { Q_INIT_RESOURCE(ui); }
 
 namespace vantrel::ui {
 
 namespace {
 constexpr int gridSize = 22; // the drawing's own size; its edges lie on whole pixels there and at multiples
 
-QByteArray drawing(GlyphState state) {
-    registerResources();
-    QFile file(state == GlyphState::Capturing ? QStringLiteral(":/vantrel/ui/VantrelInMenuCapturing.svg")
-                                              : QStringLiteral(":/vantrel/ui/VantrelInMenu.svg"));
-    if (!file.open(QIODevice::ReadOnly)) {
-        qWarning("open() of %s failed: %s", qUtf8Printable(file.fileName()), qUtf8Printable(file.errorString()));
-    }
-    return file.readAll();
+QByteArray drawingOf(GlyphState state) {
+    return drawing(state == GlyphState::Capturing ? QStringLiteral("VantrelInMenuCapturing")
+                                                  : QStringLiteral("VantrelInMenu"));
 }
 
 // Sizes that are no multiple of the grid get a margin instead of a blurred scale.
@@ -39,7 +31,7 @@ QPixmap rendered(QSvgRenderer& renderer, int size) {
 } // namespace
 
 QIcon glyphIcon(GlyphState state, const QColor& colour) {
-    QSvgRenderer renderer(drawing(state).replace("#000000", colour.name().toLatin1()));
+    QSvgRenderer renderer(drawingOf(state).replace("#000000", colour.name().toLatin1()));
     QIcon icon;
     for (const int size : {22, 24, 44, 48}) {
         icon.addPixmap(rendered(renderer, size));

@@ -230,7 +230,7 @@ Expected<void> SettingsStore::Private::writePending() {
 
 SettingsStore::SettingsStore() : SettingsStore(pathOfThisUser()) {}
 
-SettingsStore::SettingsStore(QString path) : _d(std::make_unique<Private>(path)) {}
+SettingsStore::SettingsStore(const QString& path) : _d(std::make_unique<Private>(path)) {}
 
 SettingsStore::~SettingsStore() = default;
 

@@ -15,7 +15,7 @@ QByteArray withMarksEscaped(QByteArray json) { return json.replace(byteOrderMark
 Expected<QJsonObject> parseSettingsText(const QByteArray& text) {
     if (text.size() > largestSettingsText) {
         return failure(QStringLiteral("parse"),
-                       QStringLiteral("larger than %1 MiB").arg(largestSettingsText / (1024 * 1024)));
+                       QStringLiteral("larger than %1 MiB").arg(largestSettingsText / 1024 / 1024));
     }
     if (text.isEmpty()) {
         return QJsonObject();

@@ -18,7 +18,6 @@ namespace {
 
 using namespace std::chrono_literals;
 using ::testing::ElementsAre;
-using ::testing::IsEmpty;
 
 constexpr CWChannel home{36, bandFiveGHz, width80MHz};
 constexpr CWChannel other{6, bandTwoDotFourGHz, width20MHz};

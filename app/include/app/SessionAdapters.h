@@ -32,14 +32,21 @@ private:
     ui::StatusItem& _item; // borrowed
     CWWiFiClient& _wifi;   // borrowed
     std::function<QString()> _progressText;
-    bool _open = false;
+    bool _capturing = false;
+    bool _open = false; // the progress is shown
 };
 
 // Modal alerts and choosers. Main thread.
 class AlertDialogs final : public UserDialogs {
 public:
+    // From now on alerts are only logged and choosers dismissed.
+    void stopAsking() { _asking = false; }
+
     void showCriticalAlertWithInfo(const QString& messageText, const QString& informativeText) override;
     std::optional<QString> chooseCaptureFolder() override;
+
+private:
+    bool _asking = true;
 };
 
 // Captures stay on the channel the adapter is on.

@@ -1,7 +1,6 @@
 // SIGTERM, SIGINT and SIGHUP as an ordinary signal on the main thread, so that a log-out ends a capture in good order.
 #pragma once
 
-#include "base/Error.h"
 #include "base/FileDescriptor.h"
 
 #include <QObject>

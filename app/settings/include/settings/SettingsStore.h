@@ -22,7 +22,7 @@ public:
     // The store of the user who runs this program.
     SettingsStore();
     // A store in the named file; its folder is made (0700) at the first write.
-    explicit SettingsStore(QString path);
+    explicit SettingsStore(const QString& path);
     ~SettingsStore();
     SettingsStore(const SettingsStore&) = delete;
     SettingsStore& operator=(const SettingsStore&) = delete;

@@ -11,7 +11,7 @@
 namespace vantrel {
 
 // No settings file of ours comes near this size in bytes; what is larger was not written by us.
-inline constexpr qsizetype largestSettingsText = 4 * 1024 * 1024;
+inline constexpr qsizetype largestSettingsText = qsizetype{4} * 1024 * 1024;
 
 // The settings in a file's text. Fails, naming the reason but none of the content, on text that is too large, is not
 // JSON or is no object. Empty text holds no settings: it is what a shell or an editor leaves for a moment while it
