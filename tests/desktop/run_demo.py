@@ -91,6 +91,9 @@ def describe(path):
 
 def demonstrate(desktop, program, options):
     item = desktop.wait_for_item(program)
+    for line in desktop.log("program").splitlines():
+        if "simulated radio:" in line:
+            print(f"Simulated radio:{line.partition('simulated radio:')[2]}")
     print(f"The tray item is there: {item.tool_tip}")
     item.wait_for_entry("Capture")
     item.click("Capture")

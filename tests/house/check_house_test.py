@@ -185,8 +185,9 @@ class CheckHouse(unittest.TestCase):
         host = "py" + "pi.org"
         self.assertEqual(self.check({"docs/a.md": f"\nsee https://files.{host}/x\n"}),
                          [f"docs/a.md:2: names a registry's host: files.{host}"])
-        path = "/" + "work/main"
-        self.assertEqual(self.check({"docs/a.md": f"cd {path}\n"}), ["docs/a.md:1: names a path of one machine"])
+        for path in ("work/main", "root/.cache", "home/" + "ann/x"):
+            self.assertEqual(self.check({"docs/a.md": f"cd /{path}\n"}), ["docs/a.md:1: names a path of one machine"])
+        self.assertEqual(self.check({"docs/a.md": "/home/u/a /home/user/b /accessible/root/c ~/.config\n"}), [])
         self.assertEqual(self.check({"docs/a.md": "tests/" + "work/ and ${X}/" + "work/ and pcap.org\n"}), [])
 
     def test_files_that_are_not_text_are_passed_over(self):
