@@ -1,4 +1,4 @@
-// The text of an autostart entry, as the freedesktop.org Desktop Entry Specification lays it down. Any thread.
+// The text of an autostart entry, as the freedesktop.org Desktop Entry document lays it down. Any thread.
 #pragma once
 
 #include <QByteArray>

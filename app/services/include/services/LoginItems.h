@@ -1,8 +1,8 @@
 // Whether the program starts when the user logs in: the user's autostart entry of the desktop.
 //
-// The entry is `autostart/vantrel.desktop` in the user's configuration directory, as the freedesktop.org Desktop
-// Application Autostart Specification and Desktop Entry Specification lay down. Nothing is cached: each read looks at
-// the file. Main thread, with an event loop.
+// The entry is `autostart/vantrel.desktop` in the user's configuration directory, as freedesktop.org's
+// documents on autostart and on desktop entries lay down. Nothing is cached: each read looks at the file. Main thread,
+// with an event loop.
 #pragma once
 
 #include "base/Error.h"

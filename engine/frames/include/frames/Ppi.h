@@ -1,7 +1,7 @@
 // Reads the Per-Packet Information header, the radio header of data-link type 192.
 //
-// Format (Per-Packet Information Header Specification 1.0.7): version, flags, header length (16 bits), data-link type
-// (32 bits), then fields of a type and a data length (16 bits each) with their data, one directly behind the other; all
+// Format (the PPI header document, version 1.0.7): version, flags, header length (16 bits), data-link type (32 bits),
+// then fields of a type and a data length (16 bits each) with their data, one directly behind the other; all
 // little-endian. Any thread; reads nothing outside the bytes and allocates nothing.
 #pragma once
 
