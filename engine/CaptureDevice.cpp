@@ -14,7 +14,8 @@ namespace vantrel {
 namespace {
 
 constexpr int timeoutMilliseconds = 100;
-// libpcap's own 2 MiB lose frames at a million a second; 8 MiB lost none (docs/performance.md).
+// libpcap's own 2 MiB hold a few milliseconds of frames at full speed, less than a busy machine may keep the capture
+// thread waiting; beyond 8 MiB only the memory grew (docs/performance.md).
 constexpr int kernelBufferBytes = 8 * 1024 * 1024;
 constexpr int loopBroken = PCAP_ERROR_BREAK;
 constexpr timeval streamPatience{.tv_sec = 2, .tv_usec = 0};
