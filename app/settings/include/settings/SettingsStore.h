@@ -45,8 +45,8 @@ public:
     [[nodiscard]] QVariant objectForKey(QLatin1StringView key) const;
 
     // Writes; booleans are kept as the numbers 0 and 1. A write that the disk refuses is logged, shows at every read
-    // of this program, and is tried again with the next write and by synchronize(). A single value of more than 1 MiB is
-    // refused, and logged.
+    // of this program, and is tried again with the next write and by synchronize(). A single value of more than 1 MiB
+    // is refused, and logged.
     void setBool(QLatin1StringView key, bool value);
     void setInteger(QLatin1StringView key, std::int64_t value);
     void setString(QLatin1StringView key, const QString& value);
