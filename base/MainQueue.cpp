@@ -59,12 +59,15 @@ void MainQueue::close() {
 }
 
 bool MainQueue::event(QEvent* event) {
-    if (event->type() != wakeUp) {
-        return QObject::event(event);
-    }
     Entry entry;
     {
-        const std::lock_guard lock(_mutex);
+        // Before anything else: the event was posted under this mutex, which orders its making in another thread before
+        // its reading here, visibly also where Qt's own locks are not.
+        std::unique_lock lock(_mutex);
+        if (event->type() != wakeUp) {
+            lock.unlock();
+            return QObject::event(event);
+        }
         if (_entries.empty()) {
             return true;
         }
