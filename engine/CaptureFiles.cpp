@@ -139,13 +139,17 @@ void CaptureSession::flushCaptureFile() {
 
 // The disk is full or gone. The capture ends like one the user stopped, and tells why once its file is closed.
 void CaptureSession::noteWriteError() {
-    if (_writeFailed.exchange(true)) {
-        return;
+    if (!_writeFailed) {
+        recordWriteError();
+        _around.mainQueue.post([this] { endCapture(); });
     }
+}
+
+void CaptureSession::recordWriteError() {
+    _writeFailed = true;
     _captureFile->close(); // cuts it back to its whole records and counts them
     const Error& error = *_captureFile->writeError();
     _writeErrorText = QString(texts::writeFailedInfo).arg(_captureFile->path(), error.why).arg(_captureFile->frames());
-    _around.mainQueue.post([this] { endCapture(); });
 }
 
 } // namespace vantrel

@@ -224,6 +224,12 @@ void CaptureSession::discardCapture() {
 
 std::optional<CaptureSession::Alert> CaptureSession::keepCapture(bool reconnecting) {
     const auto file = _captureFile;
+    if (file) {
+        file->close(); // the last records may be the ones that find the disk full
+        if (file->writeError() && !_writeFailed) {
+            recordWriteError();
+        }
+    }
     std::optional<Alert> alert;
     if (_writeFailed) {
         alert = Alert{texts::writeFailed, _writeErrorText};
@@ -232,7 +238,6 @@ std::optional<CaptureSession::Alert> CaptureSession::keepCapture(bool reconnecti
         finalizeCaptureFile(reconnecting);
     } else if (alert || !isMultipleFileCapture()) {
         if (file) {
-            file->close();
             file->remove();
         }
         if (!alert) {

@@ -309,6 +309,24 @@ TEST_F(CaptureSessionFilesTest, AFullDiskEndsTheCaptureKeepsItsRecordsAndTellsTh
                               .arg(frames)));
 }
 
+TEST_F(CaptureSessionFilesTest, ADiskThatIsFullAtTheLastRecordsIsSaidToo) {
+    const testing::SmallFileSystem small(folder.filePath(QStringLiteral("small")), "size=24k");
+    if (!small.isMounted()) {
+        GTEST_SKIP() << "mounting a small file system needs CAP_SYS_ADMIN";
+    }
+    qputenv("TMPDIR", small.path().toLocal8Bit());
+    ASSERT_TRUE(start());
+    send(30, 2000); // all of them in the buffer when Stop comes
+    ASSERT_TRUE(runUntil([&] { return session->progress().frames == 30; }));
+    ASSERT_TRUE(stop());
+    ASSERT_EQ(recorder.finalized().size(), 1U);
+    EXPECT_GT(recorder.finalized().front(), 5U);
+    EXPECT_LT(recorder.finalized().front(), 30U);
+    ASSERT_EQ(alerts().size(), 1);
+    EXPECT_TRUE(alerts().first().startsWith(
+        QStringLiteral("alert: The capture was stopped because its file cannot be written. | ")));
+}
+
 TEST_F(CaptureSessionFilesTest, SlicedFramesAreWrittenShort) {
     settings.setBool(keys::EnableAdaptivePacketSlicing, true);
     ASSERT_TRUE(start());

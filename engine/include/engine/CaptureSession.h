@@ -83,6 +83,7 @@ private:
     bool finalizeCaptureFile(bool reconnecting);
     void flushCaptureFile();
     void noteWriteError();
+    void recordWriteError();
     void replaceCaptureFile(std::shared_ptr<VantrelCaptureFile> file);
     [[nodiscard]] QString temporaryPath(const QString& folder, const QString& prefix) const;
 
