@@ -1,4 +1,4 @@
-#include "app/TerminationSignals.h"
+#include "base/TerminationSignals.h"
 
 #include "base/Error.h"
 
@@ -14,7 +14,7 @@ namespace vantrel {
 
 namespace {
 
-Q_LOGGING_CATEGORY(lcApp, "vantrel.app")
+Q_LOGGING_CATEGORY(lcSignals, "vantrel.signals")
 
 constexpr std::array handled{SIGTERM, SIGINT, SIGHUP};
 volatile std::sig_atomic_t wakeUpDescriptor = -1;
@@ -32,7 +32,7 @@ TerminationSignals::TerminationSignals() {
     std::array<int, 2> ends{};
     if (::pipe2(ends.data(), O_CLOEXEC | O_NONBLOCK) != 0) {
         const Error error = Error::fromErrno(QStringLiteral("pipe2"));
-        qCWarning(lcApp, "pipe2() failed: %s", qUtf8Printable(error.why));
+        qCWarning(lcSignals, "pipe2() failed: %s", qUtf8Printable(error.why));
         return; // the signals keep their own meaning
     }
     _reader = FileDescriptor(ends[0]);
@@ -50,7 +50,7 @@ TerminationSignals::TerminationSignals() {
     for (const int signal : handled) {
         if (::sigaction(signal, &action, nullptr) != 0) {
             const Error error = Error::fromErrno(QStringLiteral("sigaction"));
-            qCWarning(lcApp, "sigaction() failed for signal %d: %s", signal, qUtf8Printable(error.why));
+            qCWarning(lcSignals, "sigaction() failed for signal %d: %s", signal, qUtf8Printable(error.why));
         }
     }
 }
