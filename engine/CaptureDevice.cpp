@@ -26,8 +26,8 @@ void setReceiveTimeout(int socket, timeval timeout) {
 
 } // namespace
 
-std::unique_ptr<CaptureDevice> CaptureDevice::create(CWInterface& interface) {
-    auto monitorMode = interface.beginMonitorMode();
+std::unique_ptr<CaptureDevice> CaptureDevice::create(CWInterface& interface, MonitorUse use) {
+    auto monitorMode = interface.beginMonitorMode(use);
     if (!monitorMode) {
         // The Wi-Fi layer switches monitor mode in libpcap's place, so a refusal is logged in its words.
         qCWarning(lcCapture, texts::pcapSetRfmonFailed, qUtf8Printable(monitorMode.error().text()));
@@ -184,7 +184,7 @@ CaptureDevice::Statistics CaptureDevice::statistics() const {
 QString CaptureDevice::errorText() const { return QString::fromLocal8Bit(pcap_geterr(_handle.get())); }
 
 std::vector<DataLink> offeredDataLinks(CWInterface& interface) {
-    const auto device = CaptureDevice::create(interface);
+    const auto device = CaptureDevice::create(interface, MonitorUse::Probe);
     if (!device) {
         return {};
     }

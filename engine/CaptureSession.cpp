@@ -195,6 +195,7 @@ void CaptureSession::captureDidEnd() {
     stopTimersAndPanel();
     _around.packetQueue.waitUntilAllOperationsAreFinished();
     _around.flags.capturing = false;
+    _around.hopper.stopHopping();
     _around.restore.restoreChannel(_around.airport);
     const bool reconnecting = _around.restore.reconnectIfDue(_around.airport);
     _around.view.enableCaptures();

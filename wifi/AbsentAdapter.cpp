@@ -19,7 +19,7 @@ public:
     Expected<void> setWLANChannel(const CWChannel&) override { return noAdapter(QStringLiteral("setWLANChannel")); }
     Expected<void> setPower(bool) override { return noAdapter(QStringLiteral("setPower")); }
     void disassociate() override {}
-    Expected<std::unique_ptr<MonitorMode>> beginMonitorMode() override {
+    Expected<std::unique_ptr<MonitorMode>> beginMonitorMode(MonitorUse /*use*/) override {
         return noAdapter(QStringLiteral("beginMonitorMode"));
     }
 };

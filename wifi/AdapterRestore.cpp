@@ -1,15 +1,13 @@
 #include "wifi/AdapterRestore.h"
 
+#include "WiFiTexts.h"
 #include "wifi/CWInterface.h"
 
-#include <QLoggingCategory>
 #include <utility>
 
 namespace vantrel {
 
-namespace {
 Q_LOGGING_CATEGORY(lcWifi, "vantrel.wifi")
-}
 
 void AdapterRestore::setCurrentChannel(std::optional<CWChannel> channel) {
     const std::lock_guard lock(_mutex);
@@ -24,6 +22,7 @@ std::optional<CWChannel> AdapterRestore::currentChannel() const {
 void AdapterRestore::setShouldReconnect(bool shouldReconnect) {
     const std::lock_guard lock(_mutex);
     _shouldReconnect = shouldReconnect;
+    _reconnectionIsDue = shouldReconnect;
 }
 
 bool AdapterRestore::shouldReconnect() const {
@@ -32,6 +31,7 @@ bool AdapterRestore::shouldReconnect() const {
 }
 
 void AdapterRestore::restoreChannel(CWInterface& interface) {
+    const std::lock_guard changing(_changing);
     std::optional<CWChannel> channel;
     {
         const std::lock_guard lock(_mutex);
@@ -41,17 +41,21 @@ void AdapterRestore::restoreChannel(CWInterface& interface) {
         return;
     }
     if (const auto tuned = interface.setWLANChannel(*channel); !tuned) {
-        qCWarning(lcWifi, "setWLANChannel failed: %s", qUtf8Printable(tuned.error().text()));
+        qCWarning(lcWifi, texts::setWLANChannelFailed, qUtf8Printable(tuned.error().text()));
     }
 }
 
-bool AdapterRestore::reconnectIfDue(CWInterface& interface) const {
-    if (!shouldReconnect()) {
-        return false;
+bool AdapterRestore::reconnectIfDue(CWInterface& interface) {
+    const std::lock_guard changing(_changing);
+    {
+        const std::lock_guard lock(_mutex);
+        if (!std::exchange(_reconnectionIsDue, false)) {
+            return _shouldReconnect;
+        }
     }
     for (const bool on : {false, true}) {
         if (const auto switched = interface.setPower(on); !switched) {
-            qCWarning(lcWifi, "setPower failed: %s", qUtf8Printable(switched.error().text()));
+            qCWarning(lcWifi, texts::setPowerFailed, qUtf8Printable(switched.error().text()));
         }
     }
     return true;

@@ -116,7 +116,7 @@ public:
     Expected<void> setWLANChannel(const CWChannel&) override { return {}; }
     Expected<void> setPower(bool) override { return {}; }
     void disassociate() override {}
-    Expected<std::unique_ptr<MonitorMode>> beginMonitorMode() override {
+    Expected<std::unique_ptr<MonitorMode>> beginMonitorMode(MonitorUse /*use*/) override {
         return std::make_unique<StreamMode>(std::move(reader));
     }
     FileDescriptor reader;

@@ -54,7 +54,8 @@ TEST_F(CaptureSessionTest, RunsThroughItsStatesInTheGivenOrder) {
     ASSERT_TRUE(waitIdle());
     EXPECT_FALSE(session->isCapturing());
     EXPECT_EQ(recorder.events, QStringList({QStringLiteral("disableCaptures"), QStringLiteral("startProgress"),
-                                            QStringLiteral("enableCaptures"), QStringLiteral("updateStatusItem")}));
+                                            QStringLiteral("stopHopping"), QStringLiteral("enableCaptures"),
+                                            QStringLiteral("updateStatusItem")}));
     EXPECT_EQ(recorder.finalized(), std::vector<std::uint64_t>{1});
     EXPECT_EQ(session->totalFrames(), 1U);
     EXPECT_EQ(session->totalBytes(), 24U + 16U + 100U);
@@ -196,16 +197,18 @@ TEST_F(CaptureSessionTest, AFailedOpeningGivesTheAdapterBack) {
                                                    QStringLiteral("power on")}));
 }
 
-TEST_F(CaptureSessionTest, TheEndRestoresTheChannelThenReconnectsThenEnablesTheCommands) {
+TEST_F(CaptureSessionTest, TheEndStopsTheHoppingRestoresTheChannelReconnectsAndEnablesTheCommands) {
     restore.setCurrentChannel(CWChannel{11, 1, 1});
     restore.setShouldReconnect(true);
     ASSERT_TRUE(start());
     receiveInto(1);
+    recorder.whileStopping = [this] { EXPECT_FALSE(flags.capturing) << "the hop loop would go on"; };
     session->userDidStop();
     ASSERT_TRUE(waitIdle());
-    EXPECT_EQ(recorder.events, QStringList({QStringLiteral("disableCaptures"), QStringLiteral("setWLANChannel 11"),
-                                            QStringLiteral("power off"), QStringLiteral("power on"),
-                                            QStringLiteral("enableCaptures"), QStringLiteral("updateStatusItem")}));
+    EXPECT_EQ(recorder.events,
+              QStringList({QStringLiteral("disableCaptures"), QStringLiteral("stopHopping"),
+                           QStringLiteral("setWLANChannel 11"), QStringLiteral("power off"), QStringLiteral("power on"),
+                           QStringLiteral("enableCaptures"), QStringLiteral("updateStatusItem")}));
     EXPECT_TRUE(recorder.lastReconnecting);
     EXPECT_FALSE(restore.currentChannel());
 }

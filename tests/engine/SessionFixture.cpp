@@ -85,7 +85,7 @@ Expected<void> DeviceInterface::setPower(bool on) {
     return {};
 }
 
-Expected<std::unique_ptr<MonitorMode>> DeviceInterface::beginMonitorMode() {
+Expected<std::unique_ptr<MonitorMode>> DeviceInterface::beginMonitorMode(MonitorUse /*use*/) {
     if (refusesMonitorMode) {
         return failure(QStringLiteral("monitor mode"), QStringLiteral("refused"));
     }
@@ -109,6 +109,13 @@ std::optional<QString> Recorder::chooseCaptureFolder() {
 
 void Recorder::startHopping(CaptureMode mode) {
     events << QStringLiteral("startHopping %1").arg(static_cast<int>(mode));
+}
+
+void Recorder::stopHopping() {
+    events << QStringLiteral("stopHopping");
+    if (whileStopping) {
+        std::exchange(whileStopping, nullptr)();
+    }
 }
 
 bool Recorder::finalizeCaptureFile(const FinishedCapture& finished) {

@@ -56,7 +56,7 @@ public:
     Expected<void> setWLANChannel(const CWChannel& channel) override;
     Expected<void> setPower(bool on) override;
     void disassociate() override {}
-    Expected<std::unique_ptr<MonitorMode>> beginMonitorMode() override;
+    Expected<std::unique_ptr<MonitorMode>> beginMonitorMode(MonitorUse /*use*/) override;
 
 private:
     QStringList& _events;
@@ -80,6 +80,7 @@ public:
     void showCriticalAlertWithInfo(const QString& messageText, const QString& informativeText) override;
     std::optional<QString> chooseCaptureFolder() override;
     void startHopping(CaptureMode mode) override;
+    void stopHopping() override;
     bool finalizeCaptureFile(const FinishedCapture& finished) override;
 
     // Frames of each file that was delivered, in order. Any thread.
@@ -92,6 +93,7 @@ public:
     QString lastPrefix;
     std::function<void()> whileChoosing; // runs while the folder chooser stands open
     std::function<void()> whileAlerting; // runs while an alert stands open
+    std::function<void()> whileStopping; // runs while the hopping is stopped
     std::function<void()> whileFinalizing;
 
 private:

@@ -78,7 +78,7 @@ Expected<void> SimulatedInterface::setPower(bool on) {
     return {};
 }
 
-Expected<std::unique_ptr<MonitorMode>> SimulatedInterface::beginMonitorMode() {
+Expected<std::unique_ptr<MonitorMode>> SimulatedInterface::beginMonitorMode(MonitorUse /*use*/) {
     if (!_state->powerOn()) { // asked first, lest a device come and go for nothing
         return failure(QStringLiteral("beginMonitorMode"), QStringLiteral("the adapter is switched off"));
     }

@@ -22,7 +22,7 @@ public:
     [[nodiscard]] Expected<void> setWLANChannel(const CWChannel& channel) override { return _state->tune(channel); }
     [[nodiscard]] Expected<void> setPower(bool on) override;
     void disassociate() override { _state->disassociate(); }
-    [[nodiscard]] Expected<std::unique_ptr<MonitorMode>> beginMonitorMode() override;
+    [[nodiscard]] Expected<std::unique_ptr<MonitorMode>> beginMonitorMode(MonitorUse /*use*/) override;
 
 private:
     const std::shared_ptr<RadioState> _state; // shared with the monitors

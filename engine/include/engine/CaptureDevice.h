@@ -33,7 +33,8 @@ public:
     // Asks the Wi-Fi layer for monitor mode and makes the handle, neither activated nor in use. A refused monitor
     // mode is logged and the device tried as it is; nothing is answered, and the reason logged, when libpcap cannot
     // make a handle.
-    [[nodiscard]] static std::unique_ptr<CaptureDevice> create(CWInterface& interface);
+    [[nodiscard]] static std::unique_ptr<CaptureDevice> create(CWInterface& interface,
+                                                               MonitorUse use = MonitorUse::Capture);
     ~CaptureDevice();
 
     // Snapshot length, promiscuous mode, the 100 ms time-out and the buffer; then activates. libpcap's status: any

@@ -41,11 +41,14 @@ public:
     [[nodiscard]] virtual std::optional<QString> chooseCaptureFolder() = 0;
 };
 
-// Starts hopping across the channels of a mode; it goes on until CaptureFlags::capturing is cleared. Main thread.
+// Hops across the channels of a mode for as long as CaptureFlags::capturing is set. Main thread.
 class ChannelHopper {
 public:
     virtual ~ChannelHopper() = default;
     virtual void startHopping(CaptureMode mode) = 0;
+    // Called as soon as the flag is cleared, also when nothing hops: ends the hopping at once instead of at the end of
+    // its dwell, and returns when the adapter is back where the hopping found it.
+    virtual void stopHopping() = 0;
 };
 
 // One finished file of a capture, with what its delivery needs to know. References are valid during the call.

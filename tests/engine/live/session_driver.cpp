@@ -58,7 +58,9 @@ public:
     Expected<void> setWLANChannel(const CWChannel&) override { return {}; }
     Expected<void> setPower(bool) override { return {}; }
     void disassociate() override {}
-    Expected<std::unique_ptr<MonitorMode>> beginMonitorMode() override { return std::make_unique<NamedDevice>(_name); }
+    Expected<std::unique_ptr<MonitorMode>> beginMonitorMode(MonitorUse /*use*/) override {
+        return std::make_unique<NamedDevice>(_name);
+    }
 
 private:
     QString _name;
@@ -79,9 +81,16 @@ public:
     bool ended = false;
 };
 
+// The driver's captures stay on one channel.
+class NoHopper final : public ChannelHopper {
+public:
+    void startHopping(CaptureMode) override {}
+    void stopHopping() override {}
+};
+
 class Driver {
 public:
-    explicit Driver(CWInterface& airport) : _hopper(_flags), _airport(airport) {
+    explicit Driver(CWInterface& airport) : _airport(airport) {
         _settings.registerDefaults(registeredDefaults({}, QDir::currentPath()));
         _session = std::make_unique<CaptureSession>(CaptureSession::Surroundings{.settings = _settings,
                                                                                  .airport = airport,
@@ -140,7 +149,7 @@ private:
     AdapterRestore _restore;
     PacketQueue _packetQueue{[this] { _settings.refresh(); }};
     Spoken _spoken;
-    CurrentChannelOnly _hopper;
+    NoHopper _hopper;
     DeliveringFinalizer _finalizer;
     CWInterface& _airport;
     std::unique_ptr<CaptureSession> _session;
@@ -153,17 +162,18 @@ private:
 
 int main(int argc, char** argv) {
     const QString device = argc > 1 ? QString::fromLocal8Bit(argv[1]) : QString();
-    std::unique_ptr<CWWiFiClient> simulated;
-    if (device == QLatin1StringView("simulated")) {
+    Expected<WiFiBackend> backend;
+    const bool isSimulated = device == QLatin1StringView("simulated");
+    if (isSimulated) {
         qputenv("VANTREL_RADIO", "simulated");
-        auto chosen = chooseWiFiBackend();
-        if (!chosen) {
-            std::fprintf(stderr, "%s\n", qUtf8Printable(chosen.error().text()));
+        backend = chooseWiFiBackend();
+        if (!backend) {
+            std::fprintf(stderr, "%s\n", qUtf8Printable(backend.error().text()));
             return 1;
         }
-        simulated = std::move(*chosen);
     }
     const QCoreApplication application(argc, argv);
+    const auto simulated = isSimulated ? makeWiFiClient(*backend) : nullptr;
     DeviceInterface named(device);
     Driver driver(simulated ? simulated->interface() : named);
     std::thread input([&driver] {

@@ -1,6 +1,7 @@
 // What a capture changed on the adapter and must put back: the channel it left and the network it took it from.
 //
 // Shared by the capture commands, the hop loop and the end of a capture; every operation may be called on any thread.
+// Two that put something back at the same time do so one after the other, so that whoever returns finds it done.
 #pragma once
 
 #include "wifi/CWChannel.h"
@@ -17,6 +18,7 @@ public:
     void setCurrentChannel(std::optional<CWChannel> channel);
     [[nodiscard]] std::optional<CWChannel> currentChannel() const;
 
+    // Setting it makes one reconnection due, also when it was set before.
     void setShouldReconnect(bool shouldReconnect);
     [[nodiscard]] bool shouldReconnect() const;
 
@@ -24,13 +26,16 @@ public:
     void restoreChannel(CWInterface& interface);
 
     // Powers the adapter off and on again when a reconnection is due, so that it rejoins its network; answers whether
-    // it did. The wish to reconnect stays until a capture command clears it.
-    bool reconnectIfDue(CWInterface& interface) const;
+    // it was. Whoever calls first does it, once for each time that it became due; whoever calls meanwhile waits for
+    // it, and gets the same answer as everybody later. The wish to reconnect stays until a capture command clears it.
+    bool reconnectIfDue(CWInterface& interface);
 
 private:
+    std::mutex _changing; // held while the adapter is changed; taken before _mutex
     mutable std::mutex _mutex;
     std::optional<CWChannel> _currentChannel; // guarded by _mutex
     bool _shouldReconnect = false;            // guarded by _mutex
+    bool _reconnectionIsDue = false;          // guarded by _mutex
 };
 
 } // namespace vantrel

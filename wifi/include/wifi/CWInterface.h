@@ -17,6 +17,10 @@ namespace vantrel {
 
 enum class CWInterfaceMode { None = 0, Station = 1, Monitor = 4 };
 
+// What monitor mode is wanted for. A probe only looks at what the device offers, so the adapter is not taken away from
+// whoever uses it.
+enum class MonitorUse { Capture, Probe };
+
 // Monitor mode for as long as this object lives. Destroying it, on any thread, gives the adapter back.
 class MonitorMode {
 public:
@@ -47,8 +51,10 @@ public:
     // Leaves the network; does nothing when not associated. Errors are of no use to the callers and are logged.
     virtual void disassociate() = 0;
 
-    // Makes the adapter deliver whole 802.11 frames; associated, it stays on its network's channel.
-    [[nodiscard]] virtual Expected<std::unique_ptr<MonitorMode>> beginMonitorMode() = 0;
+    // Makes the adapter deliver whole 802.11 frames: on its network's channel when it is associated, else on
+    // wlanChannel().
+    [[nodiscard]] virtual Expected<std::unique_ptr<MonitorMode>>
+    beginMonitorMode(MonitorUse use = MonitorUse::Capture) = 0;
 
     // Associated exactly when in station mode; an adapter in monitor mode is not.
     [[nodiscard]] bool isAssociated() const { return interfaceMode() == CWInterfaceMode::Station; }

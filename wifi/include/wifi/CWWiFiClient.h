@@ -26,7 +26,8 @@ public:
     // The default adapter, owned by the client and valid as long as it lives.
     [[nodiscard]] virtual CWInterface& interface() = 0;
 
-    // What stands behind this client, for the user: "simulated", or empty for a real adapter.
+    // What stands behind this client, for the user: "simulated", "no Wi-Fi adapter", or empty for a
+    // real one.
     [[nodiscard]] virtual QString backendNote() const = 0;
 
     // The delegate is borrowed: it must outlive the client or be replaced by nullptr. Main thread.
