@@ -1,4 +1,4 @@
-"""Writes the first inputs of the frame parsers' fuzz targets: make_corpus.py [folder of the corpora]."""
+"""Writes the first inputs of the fuzz targets of the parsers: make_corpus.py [folder of the corpora]."""
 import binascii
 import os
 import struct
@@ -82,7 +82,88 @@ SLICING = {
     "plain": b"\x69" + data_frame(0, 1, 24),
 }
 
-for name, inputs in (("radiotap", RADIOTAP), ("ppi", PPI), ("slicing", SLICING)):
+
+def attribute(kind, value=b""):
+    """As linux/netlink.h has it, in this machine's byte order."""
+    if isinstance(value, int):
+        value = struct.pack("=I", value)
+    return struct.pack("=HH", 4 + len(value), kind) + value + bytes(-len(value) % 4)
+
+
+def frequency(megahertz, *flags):
+    return attribute(0, attribute(1, megahertz) + b"".join(attribute(flag) for flag in flags))
+
+
+def band(kind, *members):
+    return attribute(22, attribute(kind, b"".join(members)))
+
+
+def pieces(*messages):
+    return b"\x02" + b"".join(struct.pack("<H", len(message)) + message for message in messages)
+
+
+def network(elements, status=1, container=6):
+    return b"\x01" + attribute(47, attribute(1, b"\x02\0\0\0\1\0") + attribute(container, elements) + attribute(9, status))
+
+
+# The numbers are those of linux/nl80211.h: interface 3, name 4, type 5, address 6; frequency 38, width 159, centre 160.
+INTERFACE = attribute(3, 3) + attribute(4, b"wlan0\0") + attribute(1, 0) + attribute(5, 2) + attribute(6, b"\2\0\0\0\0\0")
+HIGH = [frequency(5180 + 20 * step) for step in range(8)]
+JOINS = (attribute(4, struct.pack("=H", 2)), attribute(8, 0x403071B4), attribute(7, bytes(7) + b"\x20"))
+NETLINK = {
+    "interface": b"\x00" + INTERFACE + attribute(38, 5180) + attribute(159, 3) + attribute(160, 5210),
+    "interface_down": b"\x00" + INTERFACE,
+    "interface_too_long": b"\x00" + INTERFACE + b"\xff\x7f\x26\x00" + bytes(4),
+    "p2p": b"\x00" + INTERFACE[8:],
+    "associated": network(b"\x01\x02\x82\x84\x00\x03Lab"),
+    "hidden": network(b"\x00\x00", container=11),
+    "other_status": network(b"\x00\x03Lab", status=0),
+    "element_too_long": network(b"\x00\xffLab"),
+    "wiphy": pieces(band(1, *JOINS, attribute(1, b"".join(HIGH))), band(0, attribute(1, frequency(2412, 2)))),
+    "wiphy_split": pieces(attribute(1, 0), band(1, *JOINS), *(band(1, attribute(1, one)) for one in HIGH)),
+    "wiphy_flags": pieces(band(1, *JOINS, attribute(1, HIGH[0] + frequency(5200, 9, 10, 11, 12)))),
+    "wiphy_low": pieces(band(0, JOINS[0], attribute(1, frequency(2412) + frequency(2432, 10)))),
+    "wiphy_flat": pieces(attribute(22, HIGH[0])),
+}
+
+
+def message(kind, fields=b"", request=1):
+    return struct.pack("<BBI", 1, kind, request) + fields
+
+
+def text(value):
+    return struct.pack("<H", len(value)) + value
+
+
+def state(name, mode, ssid, bssid, channel, power):
+    return message(6, text(name) + bytes([mode]) + text(ssid) + text(bssid) + channel + bytes([power]), 0)
+
+
+PROTOCOL = {
+    "set_channel": message(0, struct.pack("<HBB", 36, 2, 3)),
+    "set_channel_no_band": message(0, struct.pack("<HBB", 36, 0, 3)),
+    "power_on": message(1, b"\x01"),
+    "power_2": message(1, b"\x02"),
+    "disassociate": message(2),
+    "begin_monitor": message(3, b"\x00"),
+    "probe": message(3, b"\x01"),
+    "end_monitor": message(4),
+    "done": message(5, text(b"") * 2 + text(b"vantrel0")),
+    "done_failed": message(5, text(b"NL80211_CMD_SET_CHANNEL") + text("kein Gerät".encode()) + text(b"")),
+    "done_not_utf8": message(5, text(b"\xc3") + text(b"") * 2),
+    "done_mark": message(5, text("\ufeff\uffff\x00".encode()) + text(b"") * 2),
+    "state": state(b"wlan0", 1, "Café".encode(), b"02:00:00:00:00:00", struct.pack("<BHBB", 1, 6, 1, 1), 1),
+    "state_absent": state(b"", 0, b"", b"", b"\x00", 0),
+    "state_mode_2": state(b"wlan0", 2, b"", b"", b"\x00", 1),
+    "channels": message(7, struct.pack("<HHBBHBB", 2, 1, 1, 1, 36, 2, 4), 0),
+    "channels_too_many": message(7, struct.pack("<HHBB", 2, 1, 1, 1), 0),
+    "left_over": message(4, b"\x00"),
+    "unknown": message(8),
+    "version_2": b"\x02" + message(4)[1:],
+}
+
+for name, inputs in (("radiotap", RADIOTAP), ("ppi", PPI), ("slicing", SLICING), ("netlink", NETLINK),
+                     ("protocol", PROTOCOL)):
     os.makedirs(os.path.join(FOLDER, name), exist_ok=True)
     for file, data in inputs.items():
         with open(os.path.join(FOLDER, name, file), "wb") as out:

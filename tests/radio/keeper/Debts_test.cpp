@@ -1,0 +1,61 @@
+#include "KeeperFixture.h"
+
+#include <QDir>
+
+namespace vantrel::testing {
+
+namespace {
+
+class DebtRecordTest : public ::testing::Test {
+protected:
+    [[nodiscard]] QString path() const { return folder.filePath(QStringLiteral("a/b/radio.json")); }
+    void put(const QByteArray& content) {
+        ASSERT_TRUE(QDir().mkpath(folder.filePath(QStringLiteral("a/b"))));
+        QFile file(path());
+        ASSERT_TRUE(file.open(QIODevice::WriteOnly));
+        file.write(content);
+    }
+
+    QTemporaryDir folder;
+    DebtRecord record{path()};
+};
+
+TEST_F(DebtRecordTest, SaysWhatWasWritten) {
+    const Debts debts{.interfaceName = QStringLiteral("wlan0"),
+                      .address = QStringLiteral("02:00:00:00:00:00"),
+                      .raiseLink = true,
+                      .handBack = false,
+                      .autoconnect = true};
+    ASSERT_TRUE(record.write(debts));
+    EXPECT_EQ(record.take(), debts);
+    EXPECT_EQ(QFile(path()).permissions() & (QFile::ReadGroup | QFile::ReadOther), QFile::Permissions());
+    ASSERT_TRUE(record.remove());
+    EXPECT_FALSE(record.take());
+    EXPECT_TRUE(record.remove()) << "what is not there needs no removing";
+}
+
+TEST_F(DebtRecordTest, WhatCannotBeReadIsLoggedAndRemoved) {
+    for (const char* content : {"", "{", "[1]", R"({"interface":"","raiseLink":true})", R"({"interface":"wlan0"})",
+                                R"({"interface":7,"raiseLink":true})", "\xff\xfe"}) {
+        put(content);
+        const LogCapture log;
+        EXPECT_FALSE(record.take()) << content;
+        EXPECT_TRUE(
+            log.warnings().join(QLatin1Char('\n')).contains(QStringLiteral("says nothing that could be put back")))
+            << content;
+        EXPECT_FALSE(QFile::exists(path())) << content;
+    }
+}
+
+TEST_F(DebtRecordTest, StandsInTheUsersStateFolder) {
+    qputenv("XDG_STATE_HOME", "/var/state");
+    EXPECT_EQ(DebtRecord::defaultPath(), QStringLiteral("/var/state/vantrel/radio.json"));
+    for (const char* unusable : {"", "relative"}) {
+        qputenv("XDG_STATE_HOME", unusable);
+        EXPECT_EQ(DebtRecord::defaultPath(), QDir::homePath() + QStringLiteral("/.local/state/vantrel/radio.json"));
+    }
+    qunsetenv("XDG_STATE_HOME");
+}
+
+} // namespace
+} // namespace vantrel::testing

@@ -1,0 +1,157 @@
+// What is done to an adapter, and undone: the monitor interface, setting the station aside, and putting it back.
+#include "Logging.h"
+#include "keeper/AdapterKeeper.h"
+
+#include <algorithm>
+
+namespace vantrel {
+
+namespace {
+
+QString freeName(const std::vector<netlink::WirelessInterface>& interfaces) {
+    for (int number = 0;; ++number) {
+        const QString name = QStringLiteral("vantrel%1").arg(number);
+        if (std::none_of(interfaces.begin(), interfaces.end(),
+                         [&name](const auto& interface) { return interface.name == name; })) {
+            return name;
+        }
+    }
+}
+
+} // namespace
+
+Expected<void> AdapterKeeper::ensureMonitor() {
+    if (_monitor) {
+        return {};
+    }
+    const auto interfaces = _control.interfaces();
+    const QString name = freeName(interfaces.value_or(std::vector<netlink::WirelessInterface>()));
+    const auto added = _control.addMonitor(_station->wiphy, name);
+    if (!added) {
+        return tl::unexpected(added.error());
+    }
+    _monitor = *added;
+    _monitorName = name;
+    auto raised = _control.setLinkUp(*_monitor, true);
+    if (!raised) {
+        removeMonitor();
+    }
+    return raised;
+}
+
+void AdapterKeeper::removeMonitor() {
+    const auto monitor = std::exchange(_monitor, std::nullopt);
+    if (!monitor || !_control.isLinkUp(*monitor)) { // already gone
+        return;
+    }
+    if (const auto removed = _control.removeInterface(*monitor); !removed) {
+        qCWarning(lcKeeper, "%s", qUtf8Printable(removed.error().text()));
+    }
+}
+
+Expected<void> AdapterKeeper::setAside() {
+    if (_aside) {
+        return {};
+    }
+    const QString& name = _station->name;
+    const auto device = _control.managedDevice(name);
+    const bool managed = device && device->managed;
+    Debts debts = _debts;
+    debts.raiseLink |= _control.isLinkUp(_station->index).value_or(false);
+    debts.handBack |= managed;
+    auto done = owe(debts);
+    if (done && managed) {
+        done = _control.setManaged(name, false);
+    }
+    if (done) {
+        done = _control.setLinkUp(_station->index, false);
+    }
+    if (done) {
+        _aside = true;
+        _association.reset();
+    } else {
+        settle(Rejoin::No);
+    }
+    return done;
+}
+
+Expected<void> AdapterKeeper::owe(const Debts& debts) {
+    Debts owed = debts;
+    owed.interfaceName = _station->name;
+    owed.address = netlink::toText(_station->address);
+    if (owed == _debts || !owed.any()) {
+        return {};
+    }
+    auto written = _record.write(owed);
+    if (written) {
+        _debts = owed;
+    }
+    return written;
+}
+
+Expected<void> AdapterKeeper::settle(Rejoin rejoin) {
+    if (!_debts.any()) {
+        return {};
+    }
+    const QString name = _station->name;
+    const bool stayApart = rejoin == Rejoin::No && _apart;
+    const bool keptApartByLink = stayApart && !_debts.handBack && !_debts.autoconnect;
+    Expected<void> outcome;
+    if (_debts.raiseLink && !keptApartByLink) {
+        pay(_debts.raiseLink, _control.setLinkUp(_station->index, true), outcome);
+    }
+    if (_debts.handBack) {
+        pay(_debts.handBack, _control.setManaged(name, true), outcome);
+    }
+    if (_debts.autoconnect && !stayApart) {
+        pay(_debts.autoconnect, _control.setAutoconnect(name, true), outcome);
+    }
+    const auto noted = _debts.any() ? _record.write(_debts) : _record.remove();
+    const auto& failed = outcome ? noted : outcome;
+    if (!failed && failed.error().text() != _lastFailure) {
+        qCWarning(lcKeeper, "%s could not be put back yet: %s", qUtf8Printable(name),
+                  qUtf8Printable(failed.error().text()));
+    }
+    _lastFailure = failed ? QString() : failed.error().text();
+    return failed;
+}
+
+void AdapterKeeper::pay(bool& debt, const Expected<void>& paid, Expected<void>& outcome) {
+    if (paid) {
+        debt = false;
+    } else if (outcome) {
+        outcome = paid;
+    }
+}
+
+void AdapterKeeper::replayRecord() {
+    const auto left = _record.take();
+    if (!left) {
+        return;
+    }
+    const auto interfaces = _control.interfaces();
+    if (!interfaces) {
+        return;
+    }
+    const auto found = std::find_if(interfaces->begin(), interfaces->end(), [&left](const auto& interface) {
+        return interface.kind == netlink::InterfaceKind::Station &&
+               (netlink::toText(interface.address) == left->address || interface.name == left->interfaceName);
+    });
+    if (found == interfaces->end()) {
+        qCInfo(lcKeeper, "%s, which was left changed, is not here any more", qUtf8Printable(left->interfaceName));
+        if (const auto removed = _record.remove(); !removed) {
+            qCWarning(lcKeeper, "%s", qUtf8Printable(removed.error().text()));
+        }
+        return;
+    }
+    qCInfo(lcKeeper, "%s was left changed and is put back", qUtf8Printable(found->name));
+    _debts = *left;
+    _station = *found;
+    settle(Rejoin::Yes);
+    if (!_wantedName.isEmpty() && _station->name != _wantedName) {
+        _station.reset();
+        _debts = {};
+    }
+}
+
+} // namespace vantrel

@@ -1,0 +1,7 @@
+#pragma once
+
+#include <QLoggingCategory>
+
+namespace vantrel {
+Q_DECLARE_LOGGING_CATEGORY(lcKeeper)
+}
