@@ -23,7 +23,7 @@ AppDelegate* shared = nullptr; // main thread
 
 } // namespace
 
-AppDelegate::AppDelegate(Options options) : _options(std::move(options)), _hopper(_flags) {}
+AppDelegate::AppDelegate(Options options) : _options(std::move(options)) {}
 
 AppDelegate::~AppDelegate() {
     _options.wifi->setDelegate(nullptr);
@@ -126,12 +126,33 @@ void AppDelegate::sendTrackingReport() {
 void AppDelegate::createStatusItem() {
     _statusItem = std::make_unique<ui::StatusItem>();
     _view = std::make_unique<TrayCaptureView>(*_statusItem, *_options.wifi);
-    connect(_statusItem.get(), &ui::StatusItem::captureRequested, this, [this] { onCapture(); });
     connect(_statusItem.get(), &ui::StatusItem::stopRequested, this, [this] { _session->userDidStop(); });
     connect(_statusItem.get(), &ui::StatusItem::quitRequested, this, &AppDelegate::quitRequested);
 }
 
 void AppDelegate::takeDefaultInterface() {
+    makeHopping();
+    makeSession();
+    makeCommands();
+    connectCommands();
+    watchSleep();
+}
+
+void AppDelegate::makeHopping() {
+    CWInterface& airport = _options.wifi->interface();
+    _hopLoop = std::make_unique<HopLoop>(HopLoop::Surroundings{.settings = _settings,
+                                                               .airport = airport,
+                                                               .flags = _flags,
+                                                               .restore = _restore,
+                                                               .mainQueue = _mainQueue,
+                                                               .view = *_view});
+    _hopper = std::make_unique<PlannedHopper>(PlannedHopper::Surroundings{
+        .settings = _settings, .airport = airport, .loop = *_hopLoop, .customChannels = [this] {
+            return _commands->customChannels();
+        }});
+}
+
+void AppDelegate::makeSession() {
     _session = std::make_unique<CaptureSession>(CaptureSession::Surroundings{.settings = _settings,
                                                                              .airport = _options.wifi->interface(),
                                                                              .flags = _flags,
@@ -141,7 +162,7 @@ void AppDelegate::takeDefaultInterface() {
                                                                              .packetQueue = *_packetQueue,
                                                                              .view = *_view,
                                                                              .dialogs = _dialogs,
-                                                                             .hopper = _hopper,
+                                                                             .hopper = *_hopper,
                                                                              .finalizer = _finalizer,
                                                                              .desktopFolder = _desktopFolder});
     _view->setProgressText([this] {
@@ -154,11 +175,58 @@ void AppDelegate::takeDefaultInterface() {
     });
 }
 
+void AppDelegate::makeCommands() {
+    CWInterface& airport = _options.wifi->interface();
+    _starter = std::make_unique<SessionStarter>(*_session);
+    _association = std::make_unique<Association>(
+        Association::Surroundings{.settings = _settings, .airport = airport, .restore = _restore, .dialogs = _dialogs});
+    _commands = std::make_unique<CaptureCommands>(CaptureCommands::Surroundings{.settings = _settings,
+                                                                                .airport = airport,
+                                                                                .flags = _flags,
+                                                                                .restore = _restore,
+                                                                                .association = *_association,
+                                                                                .dialogs = _dialogs,
+                                                                                .starter = *_starter,
+                                                                                .view = *_view});
+}
+
+void AppDelegate::connectCommands() {
+    using Item = ui::StatusItem;
+    connect(_statusItem.get(), &Item::captureRequested, this, [this] { _commands->onCapture(); });
+    connect(_statusItem.get(), &Item::captureAll2Dot4GHzRequested, this, [this] { _commands->onCaptureAll2Dot4GHz(); });
+    connect(_statusItem.get(), &Item::captureAll5GHzRequested, this, [this] { _commands->onCaptureAll5GHz(); });
+    connect(_statusItem.get(), &Item::captureAllRequested, this, [this] { _commands->onCaptureAll(); });
+    connect(_statusItem.get(), &Item::disconnectRequested, this, [this] { _association->onDisassociate(); });
+    connect(_statusItem.get(), &Item::turnOnOffRequested, this, [this] { _association->onTurnOnOff(); });
+}
+
+void AppDelegate::watchSleep() {
+    _sleepWatch = std::make_unique<SleepWatch>();
+    _sleepGuard = std::make_unique<SleepGuard>(*_sleepWatch, *_session, *_timers);
+}
+
 void AppDelegate::chooseLinkLayerHeader() {
-    const auto offered = offeredDataLinks(_options.wifi->interface());
-    _session->setDataLinkType(chooseDataLink(offered, _settings.integerForKey(keys::LinkLayerHeader)));
+    chooseDataLink();
     _statusItem->setCapturesEnabled(true);
     _view->updateStatusItem();
+    _view->updateStatusMenu();
+}
+
+void AppDelegate::chooseDataLink() {
+    CWInterface& airport = _options.wifi->interface();
+    _offDuringChoice = !airport.powerOn();
+    const auto offered = offeredDataLinks(airport);
+    _session->setDataLinkType(vantrel::chooseDataLink(offered, _settings.integerForKey(keys::LinkLayerHeader)));
+}
+
+// An adapter that comes, or is switched on, after the launch could not be asked then.
+void AppDelegate::adapterChanged() {
+    const bool isOn = _options.wifi->interface().powerOn();
+    if (_offDuringChoice && isOn && _session->state() == CaptureSession::State::Idle) {
+        chooseDataLink();
+    }
+    _view->updateStatusItem();
+    _view->updateStatusMenu();
 }
 
 void AppDelegate::dropVanishedApplication() { removeVanishedApplication(_settings); }
@@ -187,12 +255,6 @@ bool AppDelegate::applicationShouldHandleReopen(bool /*hasVisibleWindows*/) {
     return true;
 }
 
-void AppDelegate::onCapture() {
-    if (_session->prepareCapture()) {
-        _session->startCapture(CaptureMode::SingleChannel);
-    }
-}
-
 void AppDelegate::bssidDidChangeForWiFiInterfaceWithName(const QString& /*name*/) { updateUI(); }
 void AppDelegate::powerStateDidChangeForWiFiInterfaceWithName(const QString& /*name*/) { updateUI(); }
 void AppDelegate::modeDidChangeForWiFiInterfaceWithName(const QString& /*name*/) { updateUI(); }
@@ -200,8 +262,8 @@ void AppDelegate::ssidDidChangeForWiFiInterfaceWithName(const QString& /*name*/)
 
 void AppDelegate::updateUI() {
     _mainQueue.post([this] {
-        if (_view) {
-            _view->updateStatusItem();
+        if (_session) {
+            adapterChanged();
         }
     });
 }

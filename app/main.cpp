@@ -1,7 +1,7 @@
 // The tray application.
 #include "app/AppDelegate.h"
-#include "app/TerminationSignals.h"
 #include "app/WiFiBackend.h"
+#include "base/TerminationSignals.h"
 #include "services/SingleInstance.h"
 #include "ui/ApplicationIcon.h"
 
@@ -16,9 +16,9 @@ int main(int argc, char** argv) {
     using namespace vantrel;
 
     // Before any thread exists: it may move the process into a network namespace of its own.
-    auto wifi = chooseWiFiBackend();
-    if (!wifi) {
-        qCCritical(lcApp, "%s", qUtf8Printable(wifi.error().text()));
+    const auto backend = chooseWiFiBackend();
+    if (!backend) {
+        qCCritical(lcApp, "%s", qUtf8Printable(backend.error().text()));
         return 1;
     }
     const QString activationToken = SingleInstance::activationTokenOfThisStart();
@@ -40,7 +40,7 @@ int main(int argc, char** argv) {
     }
 
     AppDelegate delegate(
-        {.wifi = std::move(*wifi), .version = QApplication::applicationVersion(), .sendTrackingReport = {}});
+        {.wifi = makeWiFiClient(*backend), .version = QApplication::applicationVersion(), .sendTrackingReport = {}});
     const TerminationSignals terminationSignals;
     QObject::connect(&delegate, &AppDelegate::quitRequested, &application, &QCoreApplication::quit,
                      Qt::QueuedConnection);

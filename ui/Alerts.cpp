@@ -1,5 +1,6 @@
 #include "ui/Alerts.h"
 
+#include <QCheckBox>
 #include <QDir>
 #include <QFileDialog>
 #include <QLabel>
@@ -38,19 +39,33 @@ void showCriticalAlertWithInfo(const QString& messageText, const QString& inform
     alert.exec();
 }
 
-bool showBetaNotice() {
+Answer ask(const Question& question) {
     QMessageBox alert;
-    alert.setIcon(QMessageBox::Information);
-    setTexts(
-        alert, QStringLiteral("This is a beta version of Vantrel."),
-        QStringLiteral("This copy is provided \"AS IS\" without warranty of any kind, for testing purposes only."));
-    QPushButton* accept = alert.addButton(QStringLiteral("Accept"), QMessageBox::AcceptRole);
-    QPushButton* quit = alert.addButton(QStringLiteral("Quit"), QMessageBox::RejectRole);
-    alert.setDefaultButton(accept);
-    alert.setEscapeButton(quit);
+    alert.setIcon(question.style == Question::Style::Critical ? QMessageBox::Critical : QMessageBox::Information);
+    setTexts(alert, question.messageText, question.informativeText);
+    QPushButton* first = alert.addButton(question.firstButton, QMessageBox::AcceptRole);
+    QPushButton* second = alert.addButton(question.secondButton, QMessageBox::RejectRole);
+    alert.setDefaultButton(first);
+    alert.setEscapeButton(second);
+    QCheckBox* suppression = nullptr;
+    if (question.hasSuppression) {
+        suppression = new QCheckBox(QStringLiteral("Do not show this message again"));
+        alert.setCheckBox(suppression); // which becomes its owner
+    }
     bringToFront(alert);
     alert.exec();
-    return alert.clickedButton() == accept;
+    return {.isFirstButton = alert.clickedButton() == first,
+            .isSuppressed = suppression != nullptr && suppression->isChecked()};
+}
+
+bool showBetaNotice() {
+    return ask({.style = Question::Style::Informational,
+                .messageText = QStringLiteral("This is a beta version of Vantrel."),
+                .informativeText = QStringLiteral(
+                    "This copy is provided \"AS IS\" without warranty of any kind, for testing purposes only."),
+                .firstButton = QStringLiteral("Accept"),
+                .secondButton = QStringLiteral("Quit")})
+        .isFirstButton;
 }
 
 std::optional<QString> askForFolder() {

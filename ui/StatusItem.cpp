@@ -8,6 +8,7 @@
 #include <QCursor>
 #include <QEvent>
 #include <QSystemTrayIcon>
+#include <algorithm>
 
 namespace vantrel::ui {
 
@@ -16,6 +17,14 @@ QAction* addCommand(QMenu& menu, const QString& text, StatusItem* item, void (St
     QAction* action = menu.addAction(text);
     QObject::connect(action, &QAction::triggered, item, signal);
     return action;
+}
+// A network's name as part of a menu entry, whatever it is made of: an ampersand would mark a mnemonic, and a tabulator
+// or a line end would part the entry.
+QString literal(QString name) {
+    std::ranges::replace_if(
+        name, [](QChar character) { return !character.isPrint() && !character.isSurrogate(); },
+        QChar(QChar::ReplacementCharacter));
+    return name.replace(u'&', QStringLiteral("&&"));
 }
 } // namespace
 
@@ -31,17 +40,29 @@ StatusItem::~StatusItem() = default;
 void StatusItem::buildMenu() {
     _menu.setAccessibleName(QStringLiteral("Vantrel"));
     _menu.setToolTipsVisible(true);
-    _capture = addCommand(_menu, QStringLiteral("&Capture"), this, &StatusItem::captureRequested);
+    _captures.setExclusionPolicy(QActionGroup::ExclusionPolicy::None);
+    for (QAction* capture :
+         {addCommand(_menu, QStringLiteral("&Capture"), this, &StatusItem::captureRequested),
+          addCommand(_menu, QStringLiteral("Capture All &2.4 GHz"), this, &StatusItem::captureAll2Dot4GHzRequested),
+          addCommand(_menu, QStringLiteral("Capture All &5 GHz"), this, &StatusItem::captureAll5GHzRequested),
+          addCommand(_menu, QStringLiteral("Capture &All Channels"), this, &StatusItem::captureAllRequested)}) {
+        _captures.addAction(capture);
+    }
     _stop = addCommand(_menu, QStringLiteral("&Stop Capture"), this, &StatusItem::stopRequested);
+    _menu.addSeparator();
+    _disconnect = addCommand(_menu, QString(), this, &StatusItem::disconnectRequested);
+    _turnOnOff = addCommand(_menu, QString(), this, &StatusItem::turnOnOffRequested);
     _menu.addSeparator();
     _preferences = addCommand(_menu, QStringLiteral("&Preferences…"), this, &StatusItem::preferencesRequested);
     _quit = addCommand(_menu, QStringLiteral("&Quit"), this, &StatusItem::quitRequested);
     _stop->setEnabled(false);
+    setNetwork({});
+    setPowerOn(true);
     setPreferencesEnabled(false);
 }
 
 void StatusItem::setCapturesEnabled(bool enabled) {
-    _capture->setEnabled(enabled);
+    _captures.setEnabled(enabled);
     _quit->setEnabled(enabled);
 }
 
@@ -49,6 +70,15 @@ void StatusItem::setCapturing(bool capturing) {
     _capturing = capturing;
     _stop->setEnabled(capturing);
     updateIcon();
+}
+
+void StatusItem::setNetwork(const std::optional<QString>& name) {
+    _disconnect->setText(name ? QStringLiteral("Disconnect from %1").arg(literal(*name)) : QString());
+    _disconnect->setVisible(name.has_value());
+}
+
+void StatusItem::setPowerOn(bool on) {
+    _turnOnOff->setText(on ? QStringLiteral("Turn Wi-Fi Off") : QStringLiteral("Turn Wi-Fi On"));
 }
 
 void StatusItem::setPreferencesEnabled(bool enabled) {

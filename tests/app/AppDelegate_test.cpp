@@ -123,7 +123,8 @@ TEST_F(AppDelegateTest, EveryWiFiEventRefreshesTheItemFromAnyThread) {
     const auto refreshedBy = [this](const QString& note, const std::function<void()>& event) {
         client->note = note;
         std::thread(event).join();
-        return runUntil([&] { return app->statusItem()->toolTip() == QStringLiteral("Vantrel (%1)").arg(note); });
+        return runUntil(
+            [&] { return app->statusItem()->toolTip() == QStringLiteral("Vantrel: 36 (80 MHz) (%1)").arg(note); });
     };
     CWEventDelegate& delegate = *client->delegate;
     EXPECT_TRUE(refreshedBy(QStringLiteral("a"), [&] { delegate.bssidDidChangeForWiFiInterfaceWithName(name); }));
@@ -178,7 +179,7 @@ TEST_F(AppDelegateTest, SimulatedRadioIsNamedAndOffersRadiotap) {
     make();
     start();
     EXPECT_EQ(app->session().dataLinkType(), 127);
-    EXPECT_EQ(app->statusItem()->toolTip(), QStringLiteral("Vantrel (simulated)"));
+    EXPECT_EQ(app->statusItem()->toolTip(), QStringLiteral("Vantrel: 36 (80 MHz) (simulated)"));
     EXPECT_TRUE(isEnabled(QStringLiteral("Capture")));
 }
 
@@ -190,7 +191,7 @@ TEST_F(AppDelegateTest, WithoutAnAdapterTheLinkLayerTypeStaysUnsetAndThatIsLogge
     EXPECT_EQ(app->session().dataLinkType(), 0);
     EXPECT_EQ(log.warnings().filter(QStringLiteral("pcap_open_activate() failed for device ")).size(), 1)
         << qPrintable(log.warnings().join(u'\n'));
-    EXPECT_EQ(app->statusItem()->toolTip(), QStringLiteral("Vantrel (no Wi-Fi adapter)"));
+    EXPECT_EQ(app->statusItem()->toolTip(), QStringLiteral("Vantrel: Off (no Wi-Fi adapter)"));
 }
 
 TEST_F(AppDelegateTest, ReopeningShowsTheMenuAndIsAlwaysAllowed) {

@@ -3,6 +3,7 @@
 #include "support/EventLoop.h"
 
 #include <QAbstractButton>
+#include <QCheckBox>
 #include <QFile>
 #include <array>
 #include <pcap/pcap.h>
@@ -137,14 +138,17 @@ QStringList AppFixture::temporaryFiles() const {
     return files;
 }
 
-void AppFixture::answerAlert(const QString& button) {
-    QTimer::singleShot(5, app.get(), [this, button] {
+void AppFixture::answerAlert(const QString& button, bool ticksBox) {
+    QTimer::singleShot(5, app.get(), [this, button, ticksBox] {
         auto* alert = qobject_cast<QMessageBox*>(QApplication::activeModalWidget());
         if (alert == nullptr) {
-            answerAlert(button); // not there yet
+            answerAlert(button, ticksBox); // not there yet
             return;
         }
         alerts << QStringLiteral("%1 | %2").arg(alert->text(), alert->informativeText());
+        if (ticksBox) {
+            alert->checkBox()->click();
+        }
         for (QAbstractButton* candidate : alert->buttons()) {
             if (QString(candidate->text()).remove(u'&') == button) {
                 candidate->click();

@@ -71,8 +71,8 @@ protected:
     // The capture files in the temporary folder.
     [[nodiscard]] QStringList temporaryFiles() const;
 
-    // Presses this button of the next alert, should one come, and writes down its texts.
-    void answerAlert(const QString& button);
+    // Presses this button of the next alert, should one come, after its check box if wanted, and writes down its texts.
+    void answerAlert(const QString& button, bool ticksBox = false);
 
     QStringList events;      // what the Wi-Fi service was asked for
     QStringList alerts;      // "text | informative text" of those answered

@@ -3,11 +3,15 @@
 //   services_probe pcap      "application PATH NAME" for each, then "default PATH"
 //   services_probe instance  "first", "another" or "error TEXT"; the first prints "activated TOKEN" for each request
 //                            and runs until its standard input closes
+//   services_probe sleep     "about to sleep" and "woke up"; lets the machine sleep at the line "ready", and runs until
+//                            its standard input closes
 #include "services/PcapApplications.h"
 #include "services/SingleInstance.h"
+#include "services/SleepWatch.h"
 
 #include <QCoreApplication>
 #include <QSocketNotifier>
+#include <array>
 #include <cstdio>
 #include <unistd.h>
 
@@ -44,10 +48,31 @@ int probeInstance(const QCoreApplication& application) {
     return QCoreApplication::exec();
 }
 
+int probeSleep(const QCoreApplication& application) {
+    vantrel::SleepWatch watch;
+    QObject::connect(&watch, &vantrel::SleepWatch::aboutToSleep, &application,
+                     [] { say(QStringLiteral("about to sleep")); });
+    QObject::connect(&watch, &vantrel::SleepWatch::wokeUp, &application, [] { say(QStringLiteral("woke up")); });
+    QSocketNotifier input(STDIN_FILENO, QSocketNotifier::Read);
+    QObject::connect(&input, &QSocketNotifier::activated, &application, [&watch] {
+        std::array<char, 16> line{};
+        if (::read(STDIN_FILENO, line.data(), line.size()) > 0) {
+            watch.readyToSleep();
+        } else {
+            QCoreApplication::quit();
+        }
+    });
+    return QCoreApplication::exec();
+}
+
 } // namespace
 
 int main(int argc, char** argv) {
     const QCoreApplication application(argc, argv);
     const auto arguments = QCoreApplication::arguments();
-    return arguments.value(1) == QLatin1String("pcap") ? probePcapApplications() : probeInstance(application);
+    const auto service = arguments.value(1);
+    if (service == QLatin1String("pcap")) {
+        return probePcapApplications();
+    }
+    return service == QLatin1String("sleep") ? probeSleep(application) : probeInstance(application);
 }

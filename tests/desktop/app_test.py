@@ -1,5 +1,6 @@
 """The application on a real desktop with the simulated radio: captures through its tray menu, one instance, and every
 way it may end."""
+import json
 import os
 import shutil
 import signal
@@ -19,12 +20,18 @@ ENOUGH_BYTES = 8 * 1024  # some beacons of each network on the channel
 POLL_MS = 50  # for files, which tell nobody that they grow
 NOBODY = 65534
 TUN = "/dev/net/tun"
-IDLE = "Vantrel (simulated)"
+IDLE = "Vantrel: 36 (80 MHz) (simulated)"
+CAPTURES = ["Capture", "Capture All 2.4 GHz", "Capture All 5 GHz", "Capture All Channels"]
+DISCONNECT = "Disconnect from Vantrel Lab"
 # The networks that are heard on channel 36 at 80 MHz.
 HEARD_MHZ = {"5180", "5200", "5220", "5240"}
 TRANSPORTS = {"tap": "simulated radio: frames come through a TAP device\n",
               "namespace": "simulated radio: frames come through a TAP device in a network namespace of this process",
               "stream": "simulated radio: frames come as a pcap stream\n"}
+FIRST_CAPTURE = ["Capture files are automatically saved to your desktop.",
+                 "You can set a different default location by choosing Preferences from the app's menu."]
+CONNECTED = ["This operation cannot be done while connected to a network.",
+             "Do you want to disconnect from Vantrel Lab? Vantrel will attempt to reconnect after the capture is done."]
 NO_PERMISSION = ["You don't have permission to capture on this device.",
                  "Go to System Preferences > Users & Groups and make sure you are a member of the group 'access_bpf'. "
                  "You will need to log out and then log back in after making any changes."]
@@ -60,6 +67,16 @@ class AppTest(unittest.TestCase):
     def setUp(self):
         self.log_name = self.id().rpartition(".")[2]
         shutil.rmtree(self.captures, ignore_errors=True)
+        self.store(FirstTimeCapture=0)  # its notice has a test of its own
+
+    def store(self, **settings):
+        """The settings that the program finds."""
+        folder = self.desktop.folder / "config/vantrel"
+        folder.mkdir(mode=0o700, exist_ok=True)
+        (folder / "settings.json").write_text(json.dumps(settings))
+
+    def stored(self):
+        return json.loads((self.desktop.folder / "config/vantrel/settings.json").read_text())
 
     def start(self, **environment):
         environment = {"VANTREL_RADIO": "simulated", "VANTREL_RADIO_TRANSPORT": "stream"} | environment
@@ -80,9 +97,13 @@ class AppTest(unittest.TestCase):
 
     def capture(self, item):
         """Starts a capture and waits for frames in its file, which it returns."""
-        known = set(self.files())
         item.wait_for_entry("Capture")
+        known = set(self.files())
         item.click("Capture")
+        return self.wait_for_capture(item, known)
+
+    def wait_for_capture(self, item, known=frozenset()):
+        """Waits for frames in a capture file other than these, which it returns."""
         item.wait_for_entry("Stop Capture")
 
         def grown():
@@ -98,7 +119,7 @@ class AppTest(unittest.TestCase):
         self.assertEqual(program.wait(15), 0, self.log())
 
     def enabled(self, item):
-        return [entry.label for entry in item.entries() if entry.enabled and not entry.separator]
+        return [entry.label for entry in item.entries() if entry.enabled and entry.visible and not entry.separator]
 
     def picture(self, name):
         """Of the screen, kept for a reader only when VANTREL_SCREENSHOTS names a folder."""
@@ -111,15 +132,16 @@ class Captures(AppTest):
         program = self.start()
         item = self.desktop.wait_for_item(program)
         item.wait_for_tool_tip(IDLE)
-        self.assertEqual(item.labels(), ["Capture", "Stop Capture", "-", "Preferences…", "Quit"])
-        self.assertEqual(self.enabled(item), ["Capture", "Quit"])
+        self.assertEqual(item.labels(), [*CAPTURES, "Stop Capture", "-", DISCONNECT, "Turn Wi-Fi Off", "-",
+                                         "Preferences…", "Quit"])
+        self.assertEqual(self.enabled(item), [*CAPTURES, DISCONNECT, "Turn Wi-Fi Off", "Quit"])
         idle = item.icon
         self.desktop.open_tray_menu()
         self.picture("menu-idle")
         self.desktop.close_menu()
 
         path = self.capture(item)
-        self.assertEqual(self.enabled(item), ["Stop Capture"])
+        self.assertEqual(self.enabled(item), ["Stop Capture", DISCONNECT, "Turn Wi-Fi Off"])
         self.assertNotEqual(item.icon, idle)
         wait_for(lambda: item.tool_tip != IDLE, "the tool tip of a capture", poll_ms=POLL_MS)
         self.assertRegex(item.tool_tip, r"^Capturing, frames: [1-9]\d* \(simulated\)$")
@@ -205,15 +227,96 @@ class Captures(AppTest):
     def test_without_an_adapter(self):
         program = self.start(VANTREL_RADIO="")
         item = self.desktop.wait_for_item(program)
-        item.wait_for_tool_tip("Vantrel (no Wi-Fi adapter)")
+        item.wait_for_tool_tip("Vantrel: Off (no Wi-Fi adapter)")
         item.click("Capture")
         self.assertEqual(self.desktop.alert(program), NO_PERMISSION)
         self.picture("no-permission")
         self.desktop.press(program, "OK")
-        self.assertEqual(self.enabled(item), ["Capture", "Quit"])
+        self.assertEqual(self.enabled(item), [*CAPTURES, "Turn Wi-Fi On", "Quit"])
         self.assertEqual(self.files(), [])
         item.click("Quit")
         self.ends_in_order(program)
+
+
+class WiFi(AppTest):
+    def test_capture_all_hops_and_comes_back(self):
+        self.store(FirstTimeCapture=0, DwellTime=100)
+        program = self.start()
+        item = self.desktop.wait_for_item(program)
+        item.wait_for_tool_tip(IDLE)
+        item.click("Capture All Channels")
+        self.assertEqual(self.desktop.alert(program)[:2], CONNECTED)
+        self.picture("disconnect")
+        self.desktop.press(program, "Disconnect")
+        path = self.wait_for_capture(item)
+
+        def heard():
+            return set(field(path, "radiotap.channel.freq", "frame"))
+        wait_for(lambda: heard() >= {"2412", "2437", "2462", "5180", "5745"}, "frames of both bands", poll_ms=500)
+        with self.assertRaises(LookupError):
+            item.entry(DISCONNECT)
+        self.stop(item)
+        self.assertGreater(packets(path), 10)
+        item.wait_for_entry(DISCONNECT)
+        item.wait_for_tool_tip(IDLE)
+        item.click("Quit")
+        self.ends_in_order(program)
+
+    def test_disconnect_alert_with_its_box(self):
+        program = self.start()
+        item = self.desktop.wait_for_item(program)
+        item.wait_for_tool_tip(IDLE)
+        item.click("Capture All 2.4 GHz")
+        self.desktop.alert(program)
+        self.desktop.tick(program, "Do not show this message again")
+        self.desktop.press(program, "No")
+        self.assertEqual(self.stored()["ShowDisconnectAlert"], 0)
+        self.assertEqual(self.files(), [])
+        item.click("Capture All 2.4 GHz")  # not asked any more
+        path = self.wait_for_capture(item)
+        self.stop(item)
+        self.assertLessEqual(set(field(path, "radiotap.channel.freq", "frame")),
+                             {str(2407 + 5 * number) for number in range(1, 12)})
+
+    def test_escape_declines_the_disconnection(self):
+        program = self.start()
+        item = self.desktop.wait_for_item(program)
+        item.wait_for_tool_tip(IDLE)
+        item.click("Capture All 5 GHz")
+        self.desktop.alert(program)
+        self.desktop.type_at_window(program, "Escape")
+        self.desktop.wait_for_no_alert(program)
+        item.entry(DISCONNECT)
+        self.assertEqual(self.stored()["ShowDisconnectAlert"], 1)
+        self.assertEqual(self.files(), [])
+
+    def test_first_capture_is_told_where_files_go(self):
+        self.store()
+        program = self.start()
+        item = self.desktop.wait_for_item(program)
+        item.wait_for_entry("Capture")
+        item.click("Capture")
+        self.assertEqual(self.desktop.alert(program), FIRST_CAPTURE)
+        self.picture("first-capture")
+        self.desktop.press(program, "Cancel")
+        self.assertEqual(self.files(), [])
+        self.capture(item)
+
+    def test_power_from_the_menu(self):
+        program = self.start()
+        item = self.desktop.wait_for_item(program)
+        item.wait_for_tool_tip(IDLE)
+        item.click("Turn Wi-Fi Off")
+        item.wait_for_tool_tip("Vantrel: Off (simulated)")
+        item.wait_for_entry("Turn Wi-Fi On")
+        with self.assertRaises(LookupError):
+            item.entry(DISCONNECT)
+        item.click("Turn Wi-Fi On")
+        item.wait_for_tool_tip(IDLE)
+        item.wait_for_entry("Turn Wi-Fi Off")
+        item.wait_for_entry(DISCONNECT)
+        item.click(DISCONNECT)
+        wait_for(lambda: DISCONNECT not in item.labels(), "the command to go", poll_ms=POLL_MS)
 
 
 class Ends(AppTest):

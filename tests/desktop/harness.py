@@ -178,6 +178,10 @@ class Desktop:
         self.windows.press(_family(program.pid), button)
         self.windows.wait_for_no_alert(_family(program.pid))
 
+    def tick(self, program, box):
+        """Toggles a check box in an alert of the program."""
+        self.windows.tick(_family(program.pid), box)
+
     def wait_for_no_alert(self, program):
         self.windows.wait_for_no_alert(_family(program.pid))
 

@@ -97,6 +97,8 @@ def demonstrate(desktop, program, options):
     print(f"The tray item is there: {item.tool_tip}")
     item.wait_for_entry("Capture")
     item.click("Capture")
+    print(f"The first capture is told of its place: {desktop.alert(program)[0]}")
+    desktop.press(program, "Start Capture")
     item.wait_for_entry("Stop Capture")
     wait_for_frames(desktop, program, options.watch)
     options.output.mkdir(parents=True, exist_ok=True)

@@ -58,6 +58,14 @@ class Windows:
                 return
         raise LookupError(f"no button {name!r}; there are {self.buttons(pids)}")
 
+    def tick(self, pids, name):
+        """Toggles the check box of this name in an alert or dialog."""
+        for node in self._in_dialogs(pids):
+            if node.role == "check box" and node.name == name:
+                self._bus.call(node.service, node.path, ACTION, "DoAction", "(i)", 0)
+                return
+        raise LookupError(f"no check box {name!r} in the alerts")
+
     def wait_for_alert(self, pids, timeout=15.0):
         """Waits for an alert and returns its texts."""
         return wait_for(lambda: self.texts(pids), "an alert", timeout, POLL_MS)

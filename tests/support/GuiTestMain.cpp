@@ -14,8 +14,9 @@ extern "C" const char* __tsan_default_suppressions() {
 int main(int argc, char** argv) {
     ::testing::InitGoogleMock(&argc, argv);
     qputenv("QT_QPA_PLATFORM", "offscreen");
-    // No test may reach the desktop of whoever runs it.
+    // No test may reach the desktop or the system services of whoever runs it.
     qputenv("DBUS_SESSION_BUS_ADDRESS", "unix:path=/nonexistent");
+    qputenv("DBUS_SYSTEM_BUS_ADDRESS", "unix:path=/nonexistent");
     const QApplication application(argc, argv);
     return RUN_ALL_TESTS();
 }

@@ -1,6 +1,7 @@
 #include "ui/Alerts.h"
 
 #include <QApplication>
+#include <QCheckBox>
 #include <QDir>
 #include <QFileDialog>
 #include <QLabel>
@@ -90,6 +91,68 @@ TEST(Alerts, BetaNoticeHasItsTextsAndButtons) {
 TEST(Alerts, BetaNoticeIsRefusedByQuitAndByClosing) {
     EXPECT_FALSE(answerBetaNotice([](QMessageBox& alert) { button(alert, QStringLiteral("Quit"))->click(); }));
     EXPECT_FALSE(answerBetaNotice([](QMessageBox& alert) { alert.close(); }));
+}
+
+const Question question{.style = Question::Style::Critical,
+                        .messageText = QStringLiteral("<b>Leave</b> it?"),
+                        .informativeText = QStringLiteral("From \"a&<i>b</i>\"."),
+                        .firstButton = QStringLiteral("Leave"),
+                        .secondButton = QStringLiteral("No"),
+                        .hasSuppression = true};
+
+Answer answerQuestion(const Question& asked, const std::function<void(QMessageBox&)>& answer) {
+    whenModal<QMessageBox>(answer);
+    return ask(asked);
+}
+
+TEST(Alerts, QuestionShowsItsTextsAndButtons) {
+    const Answer answer = answerQuestion(question, [](QMessageBox& alert) {
+        EXPECT_EQ(alert.icon(), QMessageBox::Critical);
+        EXPECT_EQ(alert.text(), question.messageText);
+        EXPECT_EQ(alert.informativeText(), question.informativeText);
+        for (const QLabel* label : alert.findChildren<QLabel*>()) {
+            EXPECT_EQ(label->textFormat(), Qt::PlainText) << qPrintable(label->text());
+        }
+        EXPECT_EQ(buttonTitles(alert).join(u' '), QStringLiteral("Leave No"));
+        EXPECT_EQ(alert.defaultButton(), button(alert, QStringLiteral("Leave")));
+        EXPECT_EQ(alert.escapeButton(), button(alert, QStringLiteral("No")));
+        EXPECT_TRUE(alert.isModal());
+        button(alert, QStringLiteral("Leave"))->click();
+    });
+    EXPECT_TRUE(answer.isFirstButton);
+    EXPECT_FALSE(answer.isSuppressed);
+}
+
+TEST(Alerts, SuppressionBoxStandsUntickedAndIsAnsweredWithEitherButton) {
+    for (const QString& title : {QStringLiteral("Leave"), QStringLiteral("No")}) {
+        const Answer answer = answerQuestion(question, [&](QMessageBox& alert) {
+            ASSERT_NE(alert.checkBox(), nullptr);
+            EXPECT_EQ(QString(alert.checkBox()->text()).remove(u'&').toStdString(), "Do not show this message again");
+            EXPECT_FALSE(alert.checkBox()->isChecked());
+            alert.checkBox()->click();
+            button(alert, title)->click();
+        });
+        EXPECT_TRUE(answer.isSuppressed);
+        EXPECT_EQ(answer.isFirstButton, title == QStringLiteral("Leave"));
+    }
+}
+
+TEST(Alerts, ClosedQuestionCountsAsTheSecondButton) {
+    EXPECT_FALSE(answerQuestion(question, [](QMessageBox& alert) { alert.close(); }).isFirstButton);
+    EXPECT_FALSE(answerQuestion(question, [](QMessageBox& alert) { alert.reject(); }).isFirstButton);
+}
+
+TEST(Alerts, InformationalQuestionHasNoBoxUnlessAskedFor) {
+    Question informational = question;
+    informational.style = Question::Style::Informational;
+    informational.hasSuppression = false;
+    const Answer answer = answerQuestion(informational, [](QMessageBox& alert) {
+        EXPECT_EQ(alert.icon(), QMessageBox::Information);
+        EXPECT_EQ(alert.checkBox(), nullptr);
+        button(alert, QStringLiteral("No"))->click();
+    });
+    EXPECT_FALSE(answer.isFirstButton);
+    EXPECT_FALSE(answer.isSuppressed);
 }
 
 TEST(Alerts, FolderPanelTakesOneFolderThatExists) {

@@ -25,37 +25,76 @@ bool isEnabled(StatusItem& item, const QString& title) {
     return action != nullptr && action->isEnabled();
 }
 
+// The titles of those that the user could choose, in order.
+QString enabled(StatusItem& item) {
+    QStringList titles;
+    for (const QAction* action : item.menu()->actions()) {
+        if (action->isEnabled() && action->isVisible() && !action->isSeparator()) {
+            titles << QString(action->text()).remove(u'&');
+        }
+    }
+    return titles.join(u'|');
+}
+
 TEST(StatusItem, MenuHoldsTheCommandsInOrder) {
     StatusItem item;
+    item.setNetwork(QStringLiteral("home"));
     std::vector<std::string> titles;
     for (const QAction* action : item.menu()->actions()) {
         titles.push_back(action->isSeparator() ? "-" : action->text().toStdString());
     }
-    EXPECT_THAT(titles, ElementsAre("&Capture", "&Stop Capture", "-", "&Preferences…", "&Quit"));
+    EXPECT_THAT(titles, ElementsAre("&Capture", "Capture All &2.4 GHz", "Capture All &5 GHz", "Capture &All Channels",
+                                    "&Stop Capture", "-", "Disconnect from home", "Turn Wi-Fi Off", "-",
+                                    "&Preferences…", "&Quit"));
     EXPECT_EQ(item.menu()->accessibleName(), QStringLiteral("Vantrel"));
 }
 
-TEST(StatusItem, BeforeACaptureOnlyCaptureAndQuitAreEnabled) {
+const QString enabledWhenIdle = QStringLiteral("Capture|Capture All 2.4 GHz|Capture All 5 GHz|Capture All Channels|"
+                                               "Turn Wi-Fi Off|Quit");
+
+TEST(StatusItem, BeforeACaptureEverythingButStopIsEnabled) {
     StatusItem item;
-    EXPECT_TRUE(isEnabled(item, QStringLiteral("Capture")));
-    EXPECT_FALSE(isEnabled(item, QStringLiteral("Stop Capture")));
-    EXPECT_FALSE(isEnabled(item, QStringLiteral("Preferences…")));
-    EXPECT_TRUE(isEnabled(item, QStringLiteral("Quit")));
+    EXPECT_EQ(enabled(item), enabledWhenIdle);
 }
 
-TEST(StatusItem, DuringACaptureOnlyStopIsEnabled) {
+TEST(StatusItem, DuringACaptureTheCapturesAndQuitAreDisabled) {
     StatusItem item;
     item.setCapturesEnabled(false);
     item.setCapturing(true);
-    EXPECT_FALSE(isEnabled(item, QStringLiteral("Capture")));
-    EXPECT_TRUE(isEnabled(item, QStringLiteral("Stop Capture")));
-    EXPECT_FALSE(isEnabled(item, QStringLiteral("Quit")));
+    EXPECT_EQ(enabled(item), QStringLiteral("Stop Capture|Turn Wi-Fi Off"));
 
     item.setCapturing(false);
     item.setCapturesEnabled(true);
-    EXPECT_TRUE(isEnabled(item, QStringLiteral("Capture")));
-    EXPECT_FALSE(isEnabled(item, QStringLiteral("Stop Capture")));
-    EXPECT_TRUE(isEnabled(item, QStringLiteral("Quit")));
+    EXPECT_EQ(enabled(item), enabledWhenIdle);
+}
+
+TEST(StatusItem, DisconnectIsThereInANetworkOnlyAndNamesItLiterally) {
+    StatusItem item;
+    const auto disconnect = [&item]() -> const QAction* {
+        for (const QAction* action : item.menu()->actions()) {
+            if (action->isVisible() && action->text().startsWith(QStringLiteral("Disconnect"))) {
+                return action;
+            }
+        }
+        return nullptr;
+    };
+    EXPECT_EQ(disconnect(), nullptr);
+    item.setNetwork(QStringLiteral("a&b_\t\n\u00e9\U0001F4F6"));
+    ASSERT_NE(disconnect(), nullptr);
+    EXPECT_EQ(disconnect()->text(), QStringLiteral("Disconnect from a&&b_\ufffd\ufffd\u00e9\U0001F4F6"));
+    EXPECT_TRUE(disconnect()->isEnabled());
+    item.setNetwork({});
+    EXPECT_EQ(disconnect(), nullptr);
+}
+
+TEST(StatusItem, PowerCommandOffersTheOther) {
+    StatusItem item;
+    EXPECT_NE(command(item, QStringLiteral("Turn Wi-Fi Off")), nullptr);
+    item.setPowerOn(false);
+    EXPECT_EQ(command(item, QStringLiteral("Turn Wi-Fi Off")), nullptr);
+    EXPECT_NE(command(item, QStringLiteral("Turn Wi-Fi On")), nullptr);
+    item.setPowerOn(true);
+    EXPECT_NE(command(item, QStringLiteral("Turn Wi-Fi Off")), nullptr);
 }
 
 TEST(StatusItem, DisabledPreferencesSayWhy) {
@@ -70,15 +109,24 @@ TEST(StatusItem, EachCommandSendsItsOwnSignal) {
     StatusItem item;
     item.setCapturing(true);
     item.setPreferencesEnabled(true);
+    item.setNetwork(QStringLiteral("home"));
     QStringList sent;
-    QObject::connect(&item, &StatusItem::captureRequested, &item, [&] { sent.append(QStringLiteral("capture")); });
-    QObject::connect(&item, &StatusItem::stopRequested, &item, [&] { sent.append(QStringLiteral("stop")); });
-    QObject::connect(&item, &StatusItem::preferencesRequested, &item, [&] { sent.append(QStringLiteral("pref")); });
-    QObject::connect(&item, &StatusItem::quitRequested, &item, [&] { sent.append(QStringLiteral("quit")); });
+    const auto note = [&](void (StatusItem::*signal)(), const QString& name) {
+        QObject::connect(&item, signal, &item, [&sent, name] { sent << name; });
+    };
+    note(&StatusItem::captureRequested, QStringLiteral("capture"));
+    note(&StatusItem::captureAll2Dot4GHzRequested, QStringLiteral("2.4"));
+    note(&StatusItem::captureAll5GHzRequested, QStringLiteral("5"));
+    note(&StatusItem::captureAllRequested, QStringLiteral("all"));
+    note(&StatusItem::stopRequested, QStringLiteral("stop"));
+    note(&StatusItem::disconnectRequested, QStringLiteral("disconnect"));
+    note(&StatusItem::turnOnOffRequested, QStringLiteral("power"));
+    note(&StatusItem::preferencesRequested, QStringLiteral("pref"));
+    note(&StatusItem::quitRequested, QStringLiteral("quit"));
     for (QAction* action : item.menu()->actions()) {
         action->trigger();
     }
-    EXPECT_EQ(sent.join(u' '), QStringLiteral("capture stop pref quit"));
+    EXPECT_EQ(sent.join(u' '), QStringLiteral("capture 2.4 5 all stop disconnect power pref quit"));
 }
 
 TEST(StatusItem, NoteStandsInParenthesesAfterTheToolTip) {

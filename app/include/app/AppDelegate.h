@@ -5,16 +5,21 @@
 #pragma once
 
 #include "app/SessionAdapters.h"
+#include "app/SleepGuard.h"
 #include "base/MainQueue.h"
 #include "engine/CaptureSession.h"
 #include "engine/PacketQueue.h"
 #include "engine/Timers.h"
 #include "services/LoginItems.h"
+#include "services/SleepWatch.h"
 #include "settings/SettingsStore.h"
 #include "ui/StatusItem.h"
 #include "wifi/AdapterRestore.h"
+#include "wifi/Association.h"
 #include "wifi/CWWiFiClient.h"
+#include "wifi/CaptureCommands.h"
 #include "wifi/CaptureFlags.h"
+#include "wifi/HopLoop.h"
 
 #include <QObject>
 #include <functional>
@@ -61,6 +66,7 @@ public:
     [[nodiscard]] CaptureSession& session() { return *_session; }
     [[nodiscard]] SettingsStore& settings() { return _settings; }
     [[nodiscard]] ui::StatusItem* statusItem() { return _statusItem.get(); }
+    [[nodiscard]] SleepWatch& sleepWatch() { return *_sleepWatch; }
 
 Q_SIGNALS:
     // The user wants to leave, from the menu or the beta notice.
@@ -85,7 +91,13 @@ private:
     void dropVanishedApplication();
 
     void run(std::span<const Step> stage);
-    void onCapture();
+    void makeHopping();
+    void makeSession();
+    void makeCommands();
+    void connectCommands();
+    void watchSleep();
+    void chooseDataLink();
+    void adapterChanged();
 
     void bssidDidChangeForWiFiInterfaceWithName(const QString& name) override;
     void powerStateDidChangeForWiFiInterfaceWithName(const QString& name) override;
@@ -100,15 +112,22 @@ private:
     CaptureFlags _flags;
     AdapterRestore _restore;
     QString _desktopFolder;
-    QString _pcapApplication; // path of its .desktop file; empty when none opens pcap files
+    bool _offDuringChoice = false; // the adapter, when its link-layer header was chosen
+    QString _pcapApplication;      // path of its .desktop file; empty when none opens pcap files
     std::unique_ptr<LoginItems> _loginItems;
     std::unique_ptr<PacketQueue> _packetQueue;
     std::unique_ptr<ui::StatusItem> _statusItem;
     std::unique_ptr<TrayCaptureView> _view;
     AlertDialogs _dialogs;
-    CurrentChannelOnly _hopper;
+    std::unique_ptr<HopLoop> _hopLoop;
+    std::unique_ptr<PlannedHopper> _hopper;
     DeliveringFinalizer _finalizer;
     std::unique_ptr<CaptureSession> _session;
+    std::unique_ptr<SessionStarter> _starter;
+    std::unique_ptr<Association> _association;
+    std::unique_ptr<CaptureCommands> _commands;
+    std::unique_ptr<SleepWatch> _sleepWatch;
+    std::unique_ptr<SleepGuard> _sleepGuard;
 };
 
 } // namespace vantrel

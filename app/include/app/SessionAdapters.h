@@ -1,20 +1,24 @@
-// What the capture session asks for, given by the tray, the alerts and the delivery.
+// What the capture session and the Wi-Fi commands ask for, given by the tray, the alerts, the delivery and each other.
 #pragma once
 
 #include "engine/CaptureSurroundings.h"
+#include "wifi/WiFiSurroundings.h"
 
 #include <functional>
+#include <vector>
 
 namespace vantrel {
 
+class CaptureSession;
 class CWWiFiClient;
+class HopLoop;
 
 namespace ui {
 class StatusItem;
 }
 
-// Shows a capture in the tray item. Main thread; the item and the client are borrowed and outlive it.
-class TrayCaptureView final : public CaptureView {
+// Shows the adapter and a capture in the tray item. Main thread; the item and the client are borrowed and outlive it.
+class TrayCaptureView final : public CaptureView, public WiFiView {
 public:
     TrayCaptureView(ui::StatusItem& item, CWWiFiClient& wifi) : _item(item), _wifi(wifi) {}
 
@@ -24,11 +28,14 @@ public:
     void enableCaptures() override;
     void disableCaptures() override;
     void updateStatusItem() override;
+    void updateStatusMenu() override;
     void startProgress() override;
     void updateProgress() override;
     void closeProgress() override;
 
 private:
+    [[nodiscard]] QString adapterText() const;
+
     ui::StatusItem& _item; // borrowed
     CWWiFiClient& _wifi;   // borrowed
     std::function<QString()> _progressText;
@@ -36,12 +43,13 @@ private:
     bool _open = false; // the progress is shown
 };
 
-// Modal alerts and choosers. Main thread.
-class AlertDialogs final : public UserDialogs {
+// Modal alerts, questions and choosers. Main thread.
+class AlertDialogs final : public UserDialogs, public WiFiDialogs {
 public:
-    // From now on alerts are only logged and choosers dismissed.
+    // From now on alerts are only logged, questions declined and choosers dismissed.
     void stopAsking() { _asking = false; }
 
+    Answer ask(const Question& question) override;
     void showCriticalAlertWithInfo(const QString& messageText, const QString& informativeText) override;
     std::optional<QString> chooseCaptureFolder() override;
 
@@ -49,14 +57,34 @@ private:
     bool _asking = true;
 };
 
-// Captures stay on the channel the adapter is on.
-class CurrentChannelOnly final : public ChannelHopper {
+// Sends the hop loop across the channels that a mode, the adapter and the settings make. Main thread; all of it is
+// borrowed and outlives it.
+class PlannedHopper final : public ChannelHopper {
 public:
-    explicit CurrentChannelOnly(CaptureFlags& flags) : _flags(flags) {}
+    struct Surroundings {
+        const SettingsStore& settings;
+        CWInterface& airport;
+        HopLoop& loop;
+        std::function<std::vector<int>()> customChannels; // the numbers that the user chose last
+    };
+    explicit PlannedHopper(Surroundings surroundings) : _around(std::move(surroundings)) {}
+
     void startHopping(CaptureMode mode) override;
+    void stopHopping() override;
 
 private:
-    CaptureFlags& _flags; // borrowed
+    const Surroundings _around;
+};
+
+// Where the capture commands find the session. Main thread; the session is borrowed and outlives it.
+class SessionStarter final : public CaptureStarter {
+public:
+    explicit SessionStarter(CaptureSession& session) : _session(session) {}
+    [[nodiscard]] bool prepareCapture() override;
+    [[nodiscard]] bool startCapture(CaptureMode mode) override;
+
+private:
+    CaptureSession& _session; // borrowed
 };
 
 // Closes each finished file, counts it, and delivers it.

@@ -9,6 +9,23 @@
 
 namespace vantrel::ui {
 
+struct Question {
+    enum class Style { Critical, Informational };
+    Style style = Style::Informational;
+    QString messageText;
+    QString informativeText;
+    QString firstButton; // the default
+    QString secondButton;
+    bool hasSuppression = false; // with a check box, unticked, to ask no more
+};
+struct Answer {
+    bool isFirstButton = false; // the Escape key and a closed alert count as the second
+    bool isSuppressed = false;  // the box was ticked, whichever button was chosen
+};
+
+// A question with two buttons.
+[[nodiscard]] Answer ask(const Question& question);
+
 // A critical message with one button, "OK".
 void showCriticalAlertWithInfo(const QString& messageText, const QString& informativeText);
 

@@ -5,10 +5,12 @@
 // Main thread, after the QApplication; before it is destroyed, the item is taken off the tray.
 #pragma once
 
+#include <QActionGroup>
 #include <QMenu>
 #include <QObject>
 #include <QString>
 #include <memory>
+#include <optional>
 
 class QSystemTrayIcon;
 
@@ -26,6 +28,10 @@ public:
     void setCapturesEnabled(bool enabled);
     // Whether a capture runs: shown by the picture, and the condition of "Stop Capture".
     void setCapturing(bool capturing);
+    // The network that the adapter is in, by its name, for "Disconnect from …"; without one the command is hidden.
+    void setNetwork(const std::optional<QString>& name);
+    // Whether the adapter's power is on: the power command offers the other.
+    void setPowerOn(bool on);
     // Whether "Preferences…" can be chosen; not, until this is called.
     void setPreferencesEnabled(bool enabled);
 
@@ -46,7 +52,12 @@ public:
 
 Q_SIGNALS:
     void captureRequested();
+    void captureAll2Dot4GHzRequested();
+    void captureAll5GHzRequested();
+    void captureAllRequested();
     void stopRequested();
+    void disconnectRequested();
+    void turnOnOffRequested();
     void preferencesRequested();
     void quitRequested();
     // The item is in the tray for the first time.
@@ -59,7 +70,9 @@ private:
     void updateToolTip();
 
     QMenu _menu;
-    QAction* _capture = nullptr; // the actions are the menu's children
+    QActionGroup _captures{this};   // enabled and disabled together
+    QAction* _disconnect = nullptr; // the actions are the menu's children
+    QAction* _turnOnOff = nullptr;
     QAction* _stop = nullptr;
     QAction* _preferences = nullptr;
     QAction* _quit = nullptr;
