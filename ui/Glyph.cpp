@@ -1,42 +1,72 @@
 #include "Glyph.h"
 
 #include "Drawing.h"
+#include "TrayLetters.h"
 
 #include <QGuiApplication>
 #include <QPainter>
 #include <QPalette>
 #include <QPixmap>
 #include <QSvgRenderer>
+#include <functional>
 
 namespace vantrel::ui {
 
 namespace {
-constexpr int gridSize = 22; // the drawing's own size; its edges lie on whole pixels there and at multiples
+constexpr int gridSize = 22; // the drawings' own size; their edges lie on whole pixels there and at multiples
 
-QByteArray drawingOf(GlyphState state) {
-    return drawing(state == GlyphState::Capturing ? QStringLiteral("VantrelInMenuCapturing")
-                                                  : QStringLiteral("VantrelInMenu"));
+// The rows of an item with a title.
+constexpr QRectF smallGlyphAlone{6, 0, 10, 9};
+constexpr QRectF smallGlyphBeside{0, 0, 10, 9};
+constexpr QRectF smallMark{11, 1, 11, 7};
+constexpr QRectF largeMark{0, 10, 22, 12};
+constexpr Lettering smallLettering{.stroke = 1, .letterWidth = 4, .gap = 1, .radius = 0.5};
+constexpr Lettering largeLettering{.stroke = 2, .letterWidth = 8, .gap = 2, .radius = 2};
+
+QByteArray drawingIn(const QColor& colour, const QString& name) {
+    return drawing(name).replace("#000000", colour.name().toLatin1());
 }
 
-// Sizes that are no multiple of the grid get a margin instead of a blurred scale.
-QPixmap rendered(QSvgRenderer& renderer, int size) {
-    QPixmap pixmap(size, size);
-    pixmap.fill(Qt::transparent);
-    const int drawn = size / gridSize * gridSize;
-    const int margin = (size - drawn) / 2;
-    QPainter painter(&pixmap);
-    renderer.render(&painter, QRectF(margin, margin, drawn, drawn));
-    return pixmap;
+// Calls draw() on the grid, for each size. Sizes that are no multiple of the grid get a margin instead of a blurred
+// scale.
+QIcon icon(const std::function<void(QPainter&)>& draw) {
+    QIcon drawn;
+    for (const int size : {22, 24, 44, 48}) {
+        QPixmap pixmap(size, size);
+        pixmap.fill(Qt::transparent);
+        const int scale = size / gridSize;
+        const int margin = (size - scale * gridSize) / 2;
+        QPainter painter(&pixmap);
+        painter.setRenderHint(QPainter::Antialiasing);
+        painter.translate(margin, margin);
+        painter.scale(scale, scale);
+        draw(painter);
+        painter.end();
+        drawn.addPixmap(pixmap);
+    }
+    return drawn;
 }
 } // namespace
 
 QIcon glyphIcon(GlyphState state, const QColor& colour) {
-    QSvgRenderer renderer(drawingOf(state).replace("#000000", colour.name().toLatin1()));
-    QIcon icon;
-    for (const int size : {22, 24, 44, 48}) {
-        icon.addPixmap(rendered(renderer, size));
+    QSvgRenderer glyph(drawingIn(colour, state == GlyphState::Capturing ? QStringLiteral("VantrelInMenuCapturing")
+                                                                        : QStringLiteral("VantrelInMenu")));
+    return icon([&](QPainter& painter) { glyph.render(&painter, QRectF(0, 0, gridSize, gridSize)); });
+}
+
+QIcon statusIcon(GlyphState state, const TitleMarks& marks, const QColor& colour) {
+    if (marks.large.isEmpty()) {
+        return glyphIcon(state, colour);
     }
-    return icon;
+    QSvgRenderer glyph(drawingIn(colour, state == GlyphState::Capturing ? QStringLiteral("VantrelInMenuSmallCapturing")
+                                                                        : QStringLiteral("VantrelInMenuSmall")));
+    return icon([&](QPainter& painter) {
+        glyph.render(&painter, marks.small.isEmpty() ? smallGlyphAlone : smallGlyphBeside);
+        if (!marks.small.isEmpty()) {
+            drawLetters(painter, marks.small, smallMark, smallLettering, Qt::AlignRight, colour);
+        }
+        drawLetters(painter, marks.large, largeMark, largeLettering, Qt::AlignHCenter, colour);
+    });
 }
 
 QColor glyphColour() { return QGuiApplication::palette().color(QPalette::Active, QPalette::WindowText); }

@@ -3,6 +3,8 @@
 // Main thread, after the application object.
 #pragma once
 
+#include "ui/StatusTitle.h"
+
 #include <QColor>
 #include <QIcon>
 
@@ -14,7 +16,11 @@ enum class GlyphState { Idle, Capturing };
 // screens.
 [[nodiscard]] QIcon glyphIcon(GlyphState state, const QColor& colour);
 
-// The colour that is legible on the tray now: the text colour of the application's palette.
+// The same sizes with the title: a small glyph above, or beside the small mark, and the large mark beneath. Without
+// marks, the glyph alone. A tray draws its items square, so this is all the room there is.
+[[nodiscard]] QIcon statusIcon(GlyphState state, const TitleMarks& marks, const QColor& colour);
+
+// The text colour of the application's palette: legible on a tray that follows the theme of the windows.
 [[nodiscard]] QColor glyphColour();
 
 } // namespace vantrel::ui

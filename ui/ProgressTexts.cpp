@@ -1,0 +1,72 @@
+#include "ui/ProgressTexts.h"
+
+namespace vantrel::ui {
+
+namespace {
+constexpr char sizeInBytes[] = "%lu bytes";
+constexpr char sizeInKB[] = "%lu KB";
+constexpr char sizeInMB[] = "%.2f MB";
+constexpr char capturingOn[] = "Capturing on Channel %ld (%ld MHz)";
+constexpr QLatin1StringView singleFile{"Frames: %1 (%2)"};
+constexpr QLatin1StringView severalFiles{"File %1 out of %2, frames: %3 (%4)"};
+constexpr QLatin1StringView droppedFrame{"1 frame lost: it came faster than this computer could take it."};
+constexpr QLatin1StringView droppedFrames{"%1 frames lost: they came faster than this computer could take them."};
+
+constexpr std::uint64_t kilobyte = 1024;
+constexpr std::uint64_t megabyte = 1024 * kilobyte;
+constexpr std::uint64_t gigabyte = 1024 * megabyte;
+
+constexpr double indeterminate = -1;
+
+double percent(double part, double whole) { return whole > 0 ? part * 100 / whole : indeterminate; }
+} // namespace
+
+QString sizeText(std::uint64_t bytes) {
+    if (bytes < kilobyte) {
+        return QString::asprintf(sizeInBytes, static_cast<unsigned long>(bytes));
+    }
+    if (bytes < megabyte) {
+        return QString::asprintf(sizeInKB, static_cast<unsigned long>(bytes / kilobyte));
+    }
+    return bytes < gigabyte ? QString::asprintf(sizeInMB, static_cast<double>(bytes) / kilobyte / kilobyte) : QString();
+}
+
+QString windowTitle(long channelNumber, long channelWidthMHz) {
+    return QString::asprintf(capturingOn, channelNumber, channelWidthMHz);
+}
+
+QString messageText(std::uint64_t frames, std::uint64_t bytes) {
+    return singleFile.arg(QString::number(frames), sizeText(bytes));
+}
+
+QString messageText(std::uint64_t file, std::uint64_t files, std::uint64_t frames, std::uint64_t bytes) {
+    return severalFiles.arg(QString::number(file), QString::number(files), QString::number(frames), sizeText(bytes));
+}
+
+QString droppedFramesText(std::uint64_t frames) {
+    if (frames == 0) {
+        return {};
+    }
+    return frames == 1 ? QString(droppedFrame) : droppedFrames.arg(QString::number(frames));
+}
+
+double progressValue(const FileProgress& file) {
+    if (!file.limitCaptureFile) {
+        return indeterminate;
+    }
+    switch (file.units) { // codes of the settings, which may hold any number
+    case 0:
+    case 1:
+        return percent(static_cast<double>(file.size), static_cast<double>(file.maxCaptureFileSize));
+    case 2:
+        return percent(file.elapsed, static_cast<double>(file.value));
+    case 3:
+        return percent(file.elapsed, static_cast<double>(file.value) * 60);
+    case 4:
+        return percent(static_cast<double>(file.frames), static_cast<double>(file.maxCaptureFileFrames));
+    default:
+        return indeterminate;
+    }
+}
+
+} // namespace vantrel::ui
