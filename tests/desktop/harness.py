@@ -21,11 +21,11 @@ from gi.repository import GLib
 
 import tray
 from bus import Bus, wait_for
-from windows import Windows
+from windows import PANEL, Windows
 
 # What each program comes with on Debian.
 PACKAGES = {"Xvfb": "xvfb", "dbus-daemon": "dbus", "openbox": "openbox", "dunst": "dunst",
-            "xfce4-panel": "xfce4-panel", "xdotool": "xdotool",
+            "xfce4-panel": "xfce4-panel", "xfconf-query": "xfconf", "xdotool": "xdotool",
             "import": "imagemagick", "display": "imagemagick", "convert": "imagemagick"}
 SCREEN = (1280, 800)
 BACKGROUND = "#5b7083"
@@ -148,6 +148,10 @@ class Desktop:
             wait_for(lambda: not self.bus.has_owner(tray.WATCHER), "the tray to go")
         self._panel = None
 
+    def darken_panel(self):
+        """Gives the panel a dark theme while all else stays light."""
+        self._run(["xfconf-query", "--channel", "xfce4-panel", "--property", "/panels/dark-mode", "--set", "true"])
+
     # Tray and windows
 
     def find_item(self, program):
@@ -184,6 +188,28 @@ class Desktop:
 
     def wait_for_no_alert(self, program):
         self.windows.wait_for_no_alert(_family(program.pid))
+
+    def panel(self, program):
+        """Waits for the progress panel of a capture; its title and its texts."""
+        window = self.windows.wait_for_window(_family(program.pid), PANEL)
+        return window.name, self.windows.texts_in(window)
+
+    def press_in_panel(self, program, button, timeout=15.0):
+        """Presses a button of the progress panel and waits until the panel is gone."""
+        family = _family(program.pid)
+        self.windows.press_in(self.windows.wait_for_window(family, PANEL, timeout), button)
+        self.windows.wait_for_no_window(family, PANEL, timeout)
+
+    def window(self, program, title):
+        """Waits for a window of the program whose title begins so; for the operations of windows.Windows."""
+        return self.windows.wait_for_window(_family(program.pid), title)
+
+    def wait_for_no_window(self, program, title):
+        self.windows.wait_for_no_window(_family(program.pid), title)
+
+    def nameless(self, program):
+        """The controls in the program's windows that have no name for a screen reader."""
+        return self.windows.nameless(_family(program.pid))
 
     # Pointer, keyboard and picture
 

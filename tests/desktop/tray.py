@@ -113,6 +113,20 @@ class TrayItem:
             wait_for(as_wanted, f"the menu entry {' > '.join(labels)!r} to be {'en' if enabled else 'dis'}abled",
                      timeout)
 
+    def wait_for_no_entry(self, label, timeout=15.0):
+        """Waits until no entry of this label is visible."""
+        with self._bus.listening(MENU):
+            wait_for(lambda: label not in self.labels(), f"the menu entry {label!r} to go", timeout)
+
+    def wait_for_checked(self, *labels, checked=True, timeout=15.0):
+        with self._bus.listening(MENU):
+            wait_for(lambda: self.entry(*labels).checked == checked,
+                     f"the mark of {' > '.join(labels)!r} to be {checked}", timeout)
+
+    def checked(self, *labels):
+        """The labels of the entries with a mark in a submenu."""
+        return [entry.label for entry in self.entry(*labels).children if entry.checked]
+
     def wait_for_tool_tip(self, text, timeout=15.0):
         with self._bus.listening(ITEM):
             wait_for(lambda: self.tool_tip == text, f"the tool tip {text!r} (it is {self.tool_tip!r})", timeout)
