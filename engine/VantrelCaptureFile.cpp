@@ -56,8 +56,11 @@ std::unique_ptr<VantrelCaptureFile> VantrelCaptureFile::initWithPath(const QStri
         std::fclose(stream);
         return nullptr;
     }
-    return std::unique_ptr<VantrelCaptureFile>(
+    std::unique_ptr<VantrelCaptureFile> made(
         new VantrelCaptureFile(path, std::move(device), std::move(buffer), dumpfile, std::move(file)));
+    // So that it can be read from the start. A disk that is full already is noticed again by the next flush.
+    static_cast<void>(made->flush());
+    return made;
 }
 
 VantrelCaptureFile::VantrelCaptureFile(QString path, PcapHandle device, std::unique_ptr<char[]> buffer,

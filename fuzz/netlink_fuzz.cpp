@@ -56,15 +56,18 @@ extern "C" int LLVMFuzzerTestOneInput(const std::uint8_t* data, std::size_t size
         return 0;
     }
     const FuzzInput input(data + 1, size - 1);
-    switch (data[0] % 3) {
+    switch (data[0] % 4) {
     case 0:
         readInterface(input.bytes());
         break;
     case 1:
         readAssociation(input.bytes());
         break;
-    default: // 2
+    case 2:
         readWiphy(input.bytes());
+        break;
+    default: // 3
+        static_cast<void>(parseP2pDevice(input.bytes()));
         break;
     }
     return 0;

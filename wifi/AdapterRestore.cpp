@@ -47,6 +47,9 @@ void AdapterRestore::restoreChannel(CWInterface& interface) {
 
 bool AdapterRestore::reconnectIfDue(CWInterface& interface) {
     const std::lock_guard changing(_changing);
+    if (!interface.powerOn()) {
+        return false;
+    }
     {
         const std::lock_guard lock(_mutex);
         if (!std::exchange(_reconnectionIsDue, false)) {

@@ -205,11 +205,11 @@ TEST_F(CaptureSessionFilesTest, ADiskThatIsFullFromTheStartIsSaidAlsoWithSeveral
     }
     qputenv("TMPDIR", small.path().toLocal8Bit());
     limit(100, 0, 5);
-    ASSERT_TRUE(start());
     QFile filler(small.path() + QStringLiteral("/filler"));
     ASSERT_TRUE(filler.open(QIODevice::WriteOnly | QIODevice::Unbuffered));
     while (filler.write("x", 1) == 1) {
     }
+    ASSERT_TRUE(start());
     send(60, 2000);
     ASSERT_TRUE(waitIdle());
     EXPECT_TRUE(recorder.finalized().empty());

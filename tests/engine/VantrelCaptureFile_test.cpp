@@ -51,6 +51,14 @@ protected:
     QString path = folder.filePath(QStringLiteral("vantrel_test.pcap"));
 };
 
+TEST_F(CaptureFileTest, CanBeReadFromTheStart) {
+    const auto file = VantrelCaptureFile::initWithPath(path, 127);
+    ASSERT_TRUE(file);
+    bool whole = false;
+    EXPECT_TRUE(lengths(path, &whole).empty());
+    EXPECT_TRUE(whole) << "a program killed now leaves a file without frames, not an empty one";
+}
+
 TEST_F(CaptureFileTest, CountsTwentyFourBytesPerFrameAndNoFileHeader) {
     const auto file = VantrelCaptureFile::initWithPath(path, 127);
     ASSERT_TRUE(file);

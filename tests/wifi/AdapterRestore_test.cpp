@@ -110,6 +110,16 @@ TEST(AdapterRestore, WhoeverComesSecondWaitsForTheChannel) {
     EXPECT_THAT(interface.calls, ElementsAre("channel 44/2"));
 }
 
+// Somebody has switched it off meanwhile, and a power cycle would switch it on again.
+TEST(AdapterRestore, AnAdapterThatIsOffIsLeftAlone) {
+    AdapterRestore restore;
+    ScriptedInterface interface;
+    interface.power = false;
+    restore.setShouldReconnect(true);
+    EXPECT_FALSE(restore.reconnectIfDue(interface));
+    EXPECT_THAT(interface.calls, IsEmpty());
+}
+
 TEST(AdapterRestore, ARefusedPowerOffStillTriesToPowerOn) {
     AdapterRestore restore;
     ScriptedInterface interface;

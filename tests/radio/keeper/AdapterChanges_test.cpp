@@ -92,6 +92,43 @@ TEST_F(KeeperTest, ABlockDuringACaptureRemovesTheMonitor) {
     EXPECT_FALSE(isRecorded());
 }
 
+TEST_F(KeeperTest, ABlockOfAStationThatIsApartIsTheUsersAndItsEndToo) {
+    control.managed = true;
+    control.p2p = {{7, true}};
+    start();
+    joinNetwork();
+    ASSERT_TRUE(keeper->disassociate());
+    ASSERT_TRUE(keeper->beginMonitor(false));
+    control.block(true);
+    keeper->refresh(false);
+    keeper->endMonitor();
+    EXPECT_FALSE(keeper->state().powerOn);
+    EXPECT_FALSE(control.up[station]);
+    control.block(false);
+    keeper->refresh(false);
+    EXPECT_TRUE(control.up[station]);
+    EXPECT_TRUE(control.managed);
+    EXPECT_TRUE(control.p2p[7]);
+    EXPECT_TRUE(keeper->state().powerOn);
+    EXPECT_FALSE(isRecorded());
+}
+
+TEST_F(KeeperTest, ABlockThatEndsBeforeTheCaptureDoesIsNoReasonToStayApart) {
+    start();
+    joinNetwork();
+    ASSERT_TRUE(keeper->disassociate());
+    ASSERT_TRUE(keeper->beginMonitor(false));
+    control.block(true);
+    keeper->refresh(false);
+    control.block(false);
+    keeper->refresh(false);
+    keeper->endMonitor();
+    EXPECT_TRUE(keeper->isIdleAside());
+    keeper->giveBack();
+    EXPECT_TRUE(control.up[station]);
+    EXPECT_FALSE(isRecorded());
+}
+
 TEST_F(KeeperTest, AMonitorTakenDownFromOutsideIsRemoved) {
     start();
     ASSERT_TRUE(keeper->beginMonitor(false));
@@ -146,7 +183,8 @@ TEST_F(KeeperTest, ARestChannelThatIsNoLongerAllowedIsLeft) {
 }
 
 TEST_F(KeeperTest, WhenTheClientIsGoneAllIsPutBack) {
-    control.device = ManagedDevice{.managed = true, .autoconnect = true};
+    control.managed = true;
+    control.p2p = {{7, true}};
     start();
     joinNetwork();
     ASSERT_TRUE(keeper->disassociate());
@@ -154,12 +192,13 @@ TEST_F(KeeperTest, WhenTheClientIsGoneAllIsPutBack) {
     ASSERT_TRUE(keeper->setChannel(wide));
     takeCalls();
     EXPECT_TRUE(keeper->restore());
-    EXPECT_THAT(takeCalls(), ElementsAre("remove vantrel0", "wlan0 up", "managed", "autoconnect"));
+    EXPECT_THAT(takeCalls(), ElementsAre("remove vantrel0", "wlan0 up", "start p2p 7", "managed"));
     EXPECT_FALSE(isRecorded());
 }
 
 TEST_F(KeeperTest, AKilledKeepersSuccessorPutsBackWhatItLeft) {
-    control.device = ManagedDevice{.managed = true, .autoconnect = true};
+    control.managed = true;
+    control.p2p = {{7, true}};
     start();
     joinNetwork();
     ASSERT_TRUE(keeper->disassociate());
@@ -167,7 +206,7 @@ TEST_F(KeeperTest, AKilledKeepersSuccessorPutsBackWhatItLeft) {
     takeCalls();
     control.vanish(11); // the kernel removes a dead process's monitor
     start();
-    EXPECT_THAT(takeCalls(), ElementsAre("wlan0 up", "managed", "autoconnect"));
+    EXPECT_THAT(takeCalls(), ElementsAre("wlan0 up", "start p2p 7", "managed"));
     EXPECT_FALSE(isRecorded());
 }
 
@@ -216,19 +255,20 @@ TEST_F(KeeperTest, WhatCannotBePutBackStaysOnRecordForTheNextStart) {
 }
 
 TEST_F(KeeperTest, EveryPartIsPutBackThoughOneFails) {
-    control.device = ManagedDevice{.managed = true, .autoconnect = true};
+    control.managed = true;
+    control.p2p = {{7, true}};
     start();
     joinNetwork();
     ASSERT_TRUE(keeper->disassociate());
     ASSERT_TRUE(keeper->setChannel(six));
-    control.refusals["managed"] = QStringLiteral("no reply");
+    control.refusals["wlan0 up"] = QStringLiteral("no reply");
     takeCalls();
     const LogCapture log;
     EXPECT_FALSE(keeper->restore());
-    EXPECT_THAT(takeCalls(), ElementsAre("remove vantrel0", "wlan0 up", "managed", "autoconnect"));
+    EXPECT_THAT(takeCalls(), ElementsAre("remove vantrel0", "wlan0 up", "start p2p 7", "managed"));
     EXPECT_TRUE(log.warnings()
                     .join(QLatin1Char('\n'))
-                    .contains(QStringLiteral("wlan0 could not be put back yet: managed: no reply")));
+                    .contains(QStringLiteral("wlan0 could not be put back yet: wlan0 up: no reply")));
     EXPECT_TRUE(isRecorded());
 }
 

@@ -136,7 +136,7 @@ TEST_F(KeeperTest, AnUnknownChannelIsRefused) {
 }
 
 TEST_F(KeeperTest, NetworkManagerLetsGoFirstAndTakesOverLast) {
-    control.device = ManagedDevice{.managed = true, .autoconnect = true};
+    control.managed = true;
     start();
     bool recordedFirst = false;
     control.beforeCall = [&] { recordedFirst |= isRecorded() && control.calls.empty(); };
@@ -148,7 +148,7 @@ TEST_F(KeeperTest, NetworkManagerLetsGoFirstAndTakesOverLast) {
 }
 
 TEST_F(KeeperTest, TheRecordStandsBeforeTheFirstChange) {
-    control.device = ManagedDevice{.managed = true, .autoconnect = true};
+    control.managed = true;
     start();
     std::vector<bool> recorded;
     control.beforeCall = [&] { recorded.push_back(isRecorded()); };
@@ -168,24 +168,24 @@ TEST_F(KeeperTest, WithoutARecordNothingIsChanged) {
 }
 
 TEST_F(KeeperTest, LeavingANetworkThatNetworkManagerHolds) {
-    control.device = ManagedDevice{.managed = true, .autoconnect = true};
+    control.managed = true;
     start();
     joinNetwork();
     ASSERT_TRUE(keeper->disassociate());
-    EXPECT_THAT(takeCalls(), ElementsAre("no autoconnect", "disconnect"));
+    EXPECT_THAT(takeCalls(), ElementsAre("unmanaged", "wlan0 down"));
     EXPECT_EQ(keeper->state().mode, CWInterfaceMode::None);
     EXPECT_EQ(keeper->state().channel, six);
-    EXPECT_TRUE(isRecorded());
+    EXPECT_TRUE(keeper->state().powerOn) << "a station that was taken apart is not off";
+    EXPECT_FALSE(keeper->isIdleAside()) << "handed back, it would rejoin";
     ASSERT_TRUE(keeper->setChannel(wide));
+    EXPECT_TRUE(keeper->isIdleAside());
     keeper->giveBack();
-    EXPECT_THAT(takeCalls(), ElementsAre("add vantrel0", "vantrel0 up", "unmanaged", "wlan0 down", "tune 36/3",
-                                         "remove vantrel0", "wlan0 up", "managed"))
-        << "it stays apart: nothing lets it connect by itself";
+    EXPECT_THAT(takeCalls(), ElementsAre("add vantrel0", "vantrel0 up", "tune 36/3", "remove vantrel0"));
+    EXPECT_TRUE(isRecorded());
     ASSERT_TRUE(keeper->setPower(false));
+    EXPECT_FALSE(keeper->state().powerOn);
     ASSERT_TRUE(keeper->setPower(true));
-    EXPECT_EQ(control.calls.back(), "wlan0 up");
-    EXPECT_TRUE(control.device->managed);
-    EXPECT_TRUE(control.device->autoconnect);
+    EXPECT_THAT(takeCalls(), ElementsAre("wlan0 up", "managed", "wlan0 up"));
     EXPECT_FALSE(isRecorded());
 }
 
@@ -223,40 +223,49 @@ TEST_F(KeeperTest, LeavingNoNetworkChangesNothing) {
     EXPECT_THAT(control.calls, IsEmpty());
 }
 
-TEST_F(KeeperTest, ARefusedDisconnectPutsBackWhatWasDoneForIt) {
-    control.device = ManagedDevice{.managed = true, .autoconnect = true};
-    control.refusals["disconnect"] = QStringLiteral("org.freedesktop.NetworkManager.PermissionDenied: not you");
+TEST_F(KeeperTest, ARefusalOfNetworkManagerLeavesAllAsItWas) {
+    control.managed = true;
+    control.refusals["unmanaged"] = QStringLiteral("org.freedesktop.NetworkManager.PermissionDenied: not you");
     start();
     joinNetwork();
-    const auto left = keeper->disassociate();
-    ASSERT_FALSE(left);
-    EXPECT_EQ(left.error().why, control.refusals["disconnect"]);
-    EXPECT_TRUE(control.device->autoconnect);
+    EXPECT_EQ(whyNot(keeper->disassociate()), control.refusals["unmanaged"]);
+    EXPECT_TRUE(control.managed);
     EXPECT_EQ(keeper->state().mode, CWInterfaceMode::Station);
     EXPECT_FALSE(isRecorded());
 }
 
-TEST_F(KeeperTest, JoiningAgainBySomebodyElsesWishEndsBeingApart) {
-    control.device = ManagedDevice{.managed = true, .autoconnect = true};
+TEST_F(KeeperTest, ALinkRaisedBySomebodyElseEndsBeingApart) {
+    control.managed = true;
     start();
     joinNetwork();
     ASSERT_TRUE(keeper->disassociate());
-    keeper->refresh(false);
+    control.managed = true; // the user has told NetworkManager to take it, and it has joined
+    control.up[ScriptedControl::stationIndex] = true;
     joinNetwork(wide);
     EXPECT_EQ(keeper->state().mode, CWInterfaceMode::Station);
-    EXPECT_TRUE(control.device->autoconnect);
+    EXPECT_EQ(keeper->state().channel, wide);
     EXPECT_FALSE(isRecorded());
 }
 
-TEST_F(KeeperTest, AnAssociationThatLingersAfterTheDisconnectIsNotANewOne) {
-    control.device = ManagedDevice{.managed = true, .autoconnect = true};
+// One that is started makes a monitor deaf, and the kernel says nothing of it.
+TEST_F(KeeperTest, StartedP2pDevicesAreStoppedForTheTime) {
+    control.p2p = {{7, true}, {8, false}};
     start();
-    joinNetwork();
-    ASSERT_TRUE(keeper->disassociate());
-    control.associated = true; // NetworkManager takes its time
-    keeper->refresh(false);
-    EXPECT_EQ(keeper->state().mode, CWInterfaceMode::None);
-    EXPECT_TRUE(keeper->setChannel(wide));
+    ASSERT_TRUE(keeper->setChannel(six));
+    EXPECT_THAT(takeCalls(),
+                ElementsAre("add vantrel0", "vantrel0 up", "wlan0 down", "stop p2p 7", "stop p2p 8", "tune 6/1"));
+    keeper->giveBack();
+    EXPECT_THAT(takeCalls(), ElementsAre("remove vantrel0", "wlan0 up", "start p2p 7"));
+    EXPECT_FALSE(isRecorded());
+}
+
+TEST_F(KeeperTest, AP2pDeviceThatCannotBeStoppedIsNoCapture) {
+    control.p2p = {{7, true}};
+    control.refusals["stop p2p"] = QStringLiteral("Operation not permitted");
+    start();
+    EXPECT_EQ(whyNot(keeper->setChannel(six)), QStringLiteral("Operation not permitted"));
+    EXPECT_TRUE(control.up[ScriptedControl::stationIndex]);
+    EXPECT_FALSE(isRecorded());
 }
 
 TEST_F(KeeperTest, WithoutPermissionNothingIsChanged) {
@@ -285,10 +294,10 @@ TEST_F(KeeperTest, AMonitorThatCannotBeTunedIsNoCapture) {
 }
 
 TEST_F(KeeperTest, AStationRaisedBySomebodyElseIsSetAsideAgain) {
-    control.device = ManagedDevice{.managed = true, .autoconnect = true};
+    control.managed = true;
     start();
     ASSERT_TRUE(keeper->beginMonitor(false));
-    control.device->managed = true; // NetworkManager was started anew
+    control.managed = true; // NetworkManager was started anew
     control.up[ScriptedControl::stationIndex] = true;
     takeCalls();
     EXPECT_TRUE(keeper->setChannel(six));

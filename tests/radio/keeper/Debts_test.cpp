@@ -25,7 +25,7 @@ TEST_F(DebtRecordTest, SaysWhatWasWritten) {
                       .address = QStringLiteral("02:00:00:00:00:00"),
                       .raiseLink = true,
                       .handBack = false,
-                      .autoconnect = true};
+                      .p2pDevices = {7, 18446744073709551615U}};
     ASSERT_TRUE(record.write(debts));
     EXPECT_EQ(record.take(), debts);
     EXPECT_EQ(QFile(path()).permissions() & (QFile::ReadGroup | QFile::ReadOther), QFile::Permissions());

@@ -90,8 +90,8 @@ TEST_F(RequestServerTest, EveryRequestReachesTheKeeper) {
     ask(protocol::EndMonitor{});
     ask(protocol::SetPower{false});
     ask(protocol::SetPower{true});
-    EXPECT_THAT(control.calls, ElementsAre("wlan0 down", "add vantrel0", "vantrel0 up", "wlan0 down", "tune 6/1",
-                                           "remove vantrel0", "wlan0 up", "wlan0 up"));
+    EXPECT_THAT(control.calls, ElementsAre("wlan0 down", "add vantrel0", "vantrel0 up", "tune 6/1", "remove vantrel0",
+                                           "wlan0 up", "wlan0 up"));
 }
 
 TEST_F(RequestServerTest, AnAnnouncementIsNoRequest) {

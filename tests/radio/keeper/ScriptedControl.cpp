@@ -1,6 +1,7 @@
 #include "ScriptedControl.h"
 
 #include <algorithm>
+#include <utility>
 
 namespace vantrel::testing {
 
@@ -76,26 +77,34 @@ Expected<void> ScriptedControl::setChannel(int index, const CWChannel& channel) 
     return done;
 }
 
-Expected<void> ScriptedControl::setManaged(const QString&, bool managed) {
-    auto done = call(managed ? "managed" : "unmanaged");
-    if (done && device) {
-        device->managed = managed;
-    }
-    return done;
-}
-
-Expected<void> ScriptedControl::setAutoconnect(const QString&, bool autoconnect) {
-    auto done = call(autoconnect ? "autoconnect" : "no autoconnect");
-    if (done && device) {
-        device->autoconnect = autoconnect;
-    }
-    return done;
-}
-
-Expected<void> ScriptedControl::disconnect(const QString&) {
-    auto done = call("disconnect");
+Expected<void> ScriptedControl::setManaged(const QString&, bool toBeManaged) {
+    auto done = call(toBeManaged ? "managed" : "unmanaged");
     if (done) {
-        associated = false;
+        managed = toBeManaged;
+    }
+    return done;
+}
+
+std::vector<std::uint64_t> ScriptedControl::p2pDevices(std::uint32_t) {
+    std::vector<std::uint64_t> devices;
+    for (const auto& [device, started] : p2p) {
+        devices.push_back(device);
+    }
+    return devices;
+}
+
+Expected<bool> ScriptedControl::stopP2pDevice(std::uint64_t device) {
+    return call("stop p2p " + std::to_string(device)).map([&] { return std::exchange(p2p[device], false); });
+}
+
+Expected<void> ScriptedControl::startP2pDevice(std::uint64_t device) {
+    auto done = call("start p2p " + std::to_string(device));
+    if (done && isBlocked(0)) {
+        return failure(QStringLiteral("NL80211_CMD_START_P2P_DEVICE"),
+                       QStringLiteral("Operation not possible due to RF-kill"));
+    }
+    if (done) {
+        p2p[device] = true;
     }
     return done;
 }

@@ -27,8 +27,9 @@ public:
     bool associated = false;
     bool blocked = false;
     bool hardBlocked = false;
-    std::optional<ManagedDevice> device; // NetworkManager's
-    std::optional<CWChannel> tuned;      // the monitor
+    bool managed = false;              // by NetworkManager
+    std::map<std::uint64_t, bool> p2p; // its devices, and which are started
+    std::optional<CWChannel> tuned;    // the monitor
     std::function<void()> beforeCall;
 
     static netlink::WirelessInterface station(int index, QString name) {
@@ -64,10 +65,11 @@ public:
     Expected<int> addMonitor(std::uint32_t wiphy, const QString& monitorName) override;
     Expected<void> removeInterface(int index) override;
     Expected<void> setChannel(int index, const CWChannel& channel) override;
-    std::optional<ManagedDevice> managedDevice(const QString&) override { return device; }
-    Expected<void> setManaged(const QString&, bool managed) override;
-    Expected<void> setAutoconnect(const QString&, bool autoconnect) override;
-    Expected<void> disconnect(const QString&) override;
+    std::vector<std::uint64_t> p2pDevices(std::uint32_t) override;
+    Expected<bool> stopP2pDevice(std::uint64_t device) override;
+    Expected<void> startP2pDevice(std::uint64_t device) override;
+    bool isManaged(const QString&) override { return managed; }
+    Expected<void> setManaged(const QString&, bool toBeManaged) override;
 
     void vanish(int index) {
         std::erase_if(present, [index](const auto& interface) { return interface.index == index; });

@@ -62,6 +62,30 @@ TEST(ParseInterface, KindsThatMatter) {
     EXPECT_EQ(parseInterface(interfaceBytes(4711))->kind, InterfaceKind::Other);
 }
 
+ByteString p2pBytes() {
+    return attribute(NL80211_ATTR_WIPHY, 1U) + attribute(NL80211_ATTR_IFTYPE, NL80211_IFTYPE_P2P_DEVICE) +
+           attribute(NL80211_ATTR_WDEV, bytesOf(std::uint64_t{0x100000002}));
+}
+
+TEST(ParseP2pDevice, KnowsItsNumberAndItsRadio) {
+    EXPECT_EQ(parseP2pDevice(p2pBytes()), (P2pDevice{.number = 0x100000002, .wiphy = 1}));
+    EXPECT_FALSE(parseInterface(p2pBytes())) << "it is no network interface";
+}
+
+TEST(ParseP2pDevice, IsNoOtherInterface) {
+    EXPECT_FALSE(parseP2pDevice(interfaceBytes()));
+    EXPECT_FALSE(parseP2pDevice({}));
+    for (const int needed : {NL80211_ATTR_WIPHY, NL80211_ATTR_IFTYPE, NL80211_ATTR_WDEV}) {
+        EXPECT_FALSE(parseP2pDevice(without(p2pBytes(), needed))) << needed;
+    }
+    EXPECT_FALSE(parseP2pDevice(without(p2pBytes(), NL80211_ATTR_WDEV) + attribute(NL80211_ATTR_WDEV, 2U)))
+        << "a number of another size";
+    const ByteString whole = p2pBytes();
+    for (std::size_t size = 0; size < whole.size(); ++size) {
+        EXPECT_FALSE(parseP2pDevice(std::span(whole).first(size))) << size;
+    }
+}
+
 TEST(ParseInterface, WidthsOfTheChannel) {
     const auto widthOf = [](std::uint32_t width) {
         return parseInterface(tunedTo(5180, width))->channel->channelWidth;

@@ -27,7 +27,8 @@ public:
 
     // Powers the adapter off and on again when a reconnection is due, so that it rejoins its network; answers whether
     // it was. Whoever calls first does it, once for each time that it became due; whoever calls meanwhile waits for
-    // it, and gets the same answer as everybody later. The wish to reconnect stays until a capture command clears it.
+    // it, and gets the same answer as everybody later. An adapter that is off is left so: somebody has switched it off
+    // meanwhile. The wish to reconnect stays until a capture command clears it.
     bool reconnectIfDue(CWInterface& interface);
 
 private:

@@ -54,8 +54,7 @@ Expected<void> AdapterKeeper::setAside() {
         return {};
     }
     const QString& name = _station->name;
-    const auto device = _control.managedDevice(name);
-    const bool managed = device && device->managed;
+    const bool managed = _control.isManaged(name);
     Debts debts = _debts;
     debts.raiseLink |= _control.isLinkUp(_station->index).value_or(false);
     debts.handBack |= managed;
@@ -67,12 +66,41 @@ Expected<void> AdapterKeeper::setAside() {
         done = _control.setLinkUp(_station->index, false);
     }
     if (done) {
+        done = quietP2pDevices();
+    }
+    if (done) {
         _aside = true;
         _association.reset();
     } else {
-        settle(Rejoin::No);
+        settle();
     }
     return done;
+}
+
+// The kernel says only when one is stopped whether it was started, so each is owed until then.
+Expected<void> AdapterKeeper::quietP2pDevices() {
+    for (const std::uint64_t device : _control.p2pDevices(_station->wiphy)) {
+        const Debts before = _debts;
+        Debts debts = before;
+        auto& owed = debts.p2pDevices;
+        const bool isOwed = std::find(owed.begin(), owed.end(), device) != owed.end();
+        if (!isOwed) {
+            owed.push_back(device);
+        }
+        if (auto noted = owe(debts); !noted) {
+            return noted;
+        }
+        const auto stopped = _control.stopP2pDevice(device);
+        if (!stopped) {
+            return tl::unexpected(stopped.error());
+        }
+        if (!*stopped && !isOwed) {
+            if (auto noted = owe(before); !noted) {
+                return noted;
+            }
+        }
+    }
+    return {};
 }
 
 Expected<void> AdapterKeeper::owe(const Debts& debts) {
@@ -89,22 +117,20 @@ Expected<void> AdapterKeeper::owe(const Debts& debts) {
     return written;
 }
 
-Expected<void> AdapterKeeper::settle(Rejoin rejoin) {
+Expected<void> AdapterKeeper::settle() {
     if (!_debts.any()) {
         return {};
     }
     const QString name = _station->name;
-    const bool stayApart = rejoin == Rejoin::No && _apart;
-    const bool keptApartByLink = stayApart && !_debts.handBack && !_debts.autoconnect;
     Expected<void> outcome;
-    if (_debts.raiseLink && !keptApartByLink) {
+    if (_debts.raiseLink) {
         pay(_debts.raiseLink, _control.setLinkUp(_station->index, true), outcome);
+    }
+    if (const auto started = startP2pDevices(); !started && outcome) {
+        outcome = started;
     }
     if (_debts.handBack) {
         pay(_debts.handBack, _control.setManaged(name, true), outcome);
-    }
-    if (_debts.autoconnect && !stayApart) {
-        pay(_debts.autoconnect, _control.setAutoconnect(name, true), outcome);
     }
     const auto noted = _debts.any() ? _record.write(_debts) : _record.remove();
     const auto& failed = outcome ? noted : outcome;
@@ -114,6 +140,18 @@ Expected<void> AdapterKeeper::settle(Rejoin rejoin) {
     }
     _lastFailure = failed ? QString() : failed.error().text();
     return failed;
+}
+
+Expected<void> AdapterKeeper::startP2pDevices() {
+    Expected<void> outcome;
+    std::erase_if(_debts.p2pDevices, [&](std::uint64_t device) {
+        const auto started = _control.startP2pDevice(device);
+        if (!started && outcome) {
+            outcome = started;
+        }
+        return started.has_value();
+    });
+    return outcome;
 }
 
 void AdapterKeeper::pay(bool& debt, const Expected<void>& paid, Expected<void>& outcome) {
@@ -147,7 +185,7 @@ void AdapterKeeper::replayRecord() {
     qCInfo(lcKeeper, "%s was left changed and is put back", qUtf8Printable(found->name));
     _debts = *left;
     _station = *found;
-    settle(Rejoin::Yes);
+    settle();
     if (!_wantedName.isEmpty() && _station->name != _wantedName) {
         _station.reset();
         _debts = {};

@@ -19,12 +19,13 @@ void AdapterKeeper::refresh(bool channelsMayHaveChanged) {
     if (channelsMayHaveChanged || before != _station->index) {
         _channels.supported = _control.supportedChannels(_station->wiphy);
     }
+    const bool wasBlocked = _blocked;
     readFacts();
     checkMonitor();
-    checkApart();
+    checkStation(wasBlocked);
     // What could not be put back when it was due, because the radio was blocked, say, may be possible now.
-    if (!_aside && !_apart && !_poweredDown && _debts.any()) {
-        settle(Rejoin::Yes);
+    if (!_aside && _debts.any()) {
+        settle();
         readFacts();
     }
 }
@@ -93,15 +94,18 @@ void AdapterKeeper::checkMonitor() {
     }
 }
 
-// A network that was joined again by somebody else's wish ends being apart.
-void AdapterKeeper::checkApart() {
-    if (!_apart || _aside) {
+// Somebody else's wish for the adapter goes before what is left of a capture's: a switch that was moved back, or a link
+// that was raised, by the user or by whoever manages the network.
+void AdapterKeeper::checkStation(bool wasBlocked) {
+    const bool unblocked = wasBlocked && !_blocked;
+    if (!_aside || !(unblocked || _linkUp)) {
         return;
     }
-    if (!_association) {
-        _leftNetwork = true;
-    } else if (_leftNetwork) {
-        _apart = false;
+    _apart = false;
+    _poweredDown = false;
+    if (_monitorUsers == 0) {
+        removeMonitor();
+        _aside = false;
     }
 }
 

@@ -44,7 +44,7 @@ Expected<void> AdapterKeeper::setChannel(const CWChannel& channel) {
     if (std::find(supported.begin(), supported.end(), channel) == supported.end()) {
         return failure(setChannelCall, QStringLiteral("the adapter does not support this channel"));
     }
-    if (!_aside && !_apart && _control.association(_station->index)) {
+    if (!_aside && _control.association(_station->index)) {
         return failure(setChannelCall, QStringLiteral("the adapter is connected to a network"));
     }
     if (_monitorUsers > 0 && !_monitor) {
@@ -92,7 +92,7 @@ Expected<void> AdapterKeeper::powerDown() {
     if (isOff()) {
         return {};
     }
-    if (!_aside && !_apart && _monitorUsers == 0) {
+    if (!_aside && _monitorUsers == 0) {
         const auto blocked = _control.setBlocked(_station->wiphy, true);
         if (blocked) {
             return {};
@@ -122,7 +122,7 @@ Expected<void> AdapterKeeper::powerUp() {
     if (_monitorUsers == 0) {
         removeMonitor();
     }
-    auto settled = settle(Rejoin::Yes);
+    auto settled = settle();
     auto raised = _control.setLinkUp(_station->index, true);
     return settled ? raised : settled;
 }
@@ -132,32 +132,12 @@ Expected<void> AdapterKeeper::disassociate() {
         return there;
     }
     _association = _control.association(_station->index);
-    if (_apart || !_association) {
+    if (_aside || !_association) {
         return {};
     }
-    const QString& name = _station->name;
-    const auto device = _control.managedDevice(name);
-    Debts debts = _debts;
-    Expected<void> left;
-    if (device && device->managed) {
-        debts.autoconnect |= device->autoconnect;
-        if (left = owe(debts); left) {
-            left = _control.setAutoconnect(name, false);
-        }
-        if (left) {
-            left = _control.disconnect(name);
-        }
-    } else {
-        debts.raiseLink = true;
-        if (left = owe(debts); left) {
-            left = _control.setLinkUp(_station->index, false);
-        }
-    }
+    auto left = setAside();
     if (left) {
         _apart = true;
-        _leftNetwork = false;
-    } else {
-        settle(Rejoin::Yes);
     }
     readFacts();
     return left;
@@ -198,8 +178,10 @@ void AdapterKeeper::giveBack() {
     if (_monitorUsers == 0) {
         removeMonitor();
     }
-    _aside = false;
-    settle(Rejoin::No);
+    if (!_apart) {
+        _aside = false;
+        settle();
+    }
     readFacts();
 }
 
@@ -209,7 +191,7 @@ bool AdapterKeeper::restore() {
     _aside = false;
     _apart = false;
     _poweredDown = false;
-    return settle(Rejoin::Yes).has_value();
+    return settle().has_value();
 }
 
 protocol::State AdapterKeeper::state() const {
@@ -218,7 +200,7 @@ protocol::State AdapterKeeper::state() const {
         return state;
     }
     state.interfaceName = _station->name;
-    state.powerOn = !isOff() && (_linkUp || _aside || _apart);
+    state.powerOn = !isOff() && (_linkUp || _aside);
     if (!state.powerOn) {
         return state;
     }

@@ -6,6 +6,7 @@
 #include <QDir>
 #include <QFile>
 #include <QFileInfo>
+#include <QJsonArray>
 #include <QJsonDocument>
 #include <QJsonObject>
 #include <QSaveFile>
@@ -22,7 +23,7 @@ const QString interfaceKey = QStringLiteral("interface");
 const QString addressKey = QStringLiteral("address");
 const QString raiseLinkKey = QStringLiteral("raiseLink");
 const QString handBackKey = QStringLiteral("handBack");
-const QString autoconnectKey = QStringLiteral("autoconnect");
+const QString p2pDevicesKey = QStringLiteral("p2pDevices");
 
 // A rename is only as durable as the folder that holds the name.
 void syncFolder(const QString& folder) {
@@ -30,6 +31,27 @@ void syncFolder(const QString& folder) {
     if (!descriptor.isOpen() || ::fsync(descriptor.get()) < 0) {
         qCWarning(lcKeeper, "%s", qUtf8Printable(Error::fromErrno(QStringLiteral("fsync ") + folder).text()));
     }
+}
+
+// As texts: a JSON number would not hold all of them.
+QJsonArray textsOf(const std::vector<std::uint64_t>& numbers) {
+    QJsonArray texts;
+    for (const std::uint64_t number : numbers) {
+        texts.append(QString::number(number));
+    }
+    return texts;
+}
+
+std::vector<std::uint64_t> numbersOf(const QJsonArray& texts) {
+    std::vector<std::uint64_t> numbers;
+    for (const auto& text : texts) {
+        bool valid = false;
+        const std::uint64_t number = text.toString().toULongLong(&valid);
+        if (valid) {
+            numbers.push_back(number);
+        }
+    }
+    return numbers;
 }
 
 } // namespace
@@ -43,7 +65,7 @@ Expected<void> DebtRecord::write(const Debts& debts) const {
                              {addressKey, debts.address},
                              {raiseLinkKey, debts.raiseLink},
                              {handBackKey, debts.handBack},
-                             {autoconnectKey, debts.autoconnect}};
+                             {p2pDevicesKey, textsOf(debts.p2pDevices)}};
     QSaveFile file(_path);
     if (!file.open(QIODevice::WriteOnly)) {
         return failure(QStringLiteral("open ") + _path, file.errorString());
@@ -80,7 +102,7 @@ std::optional<Debts> DebtRecord::take() const {
                 .address = object[addressKey].toString(),
                 .raiseLink = object[raiseLinkKey].toBool(),
                 .handBack = object[handBackKey].toBool(),
-                .autoconnect = object[autoconnectKey].toBool()};
+                .p2pDevices = numbersOf(object[p2pDevicesKey].toArray())};
     if (debts.interfaceName.isEmpty() || !debts.any()) {
         qCWarning(lcKeeper, "%s says nothing that could be put back, it is removed: %s", qUtf8Printable(_path),
                   content.left(200).toPercentEncoding(" {}\":,").constData());

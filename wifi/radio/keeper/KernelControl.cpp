@@ -88,17 +88,35 @@ public:
         return _nl80211->setChannel(monitorIndex, channel);
     }
 
-    std::optional<ManagedDevice> managedDevice(const QString& interfaceName) override {
-        return _networkManager.device(interfaceName);
+    std::vector<std::uint64_t> p2pDevices(std::uint32_t wiphy) override {
+        if (!openNl80211()) {
+            return {};
+        }
+        auto devices = _nl80211->p2pDevices(wiphy);
+        if (!devices) {
+            logFailure(devices.error());
+            return {};
+        }
+        return std::move(*devices);
     }
+
+    Expected<bool> stopP2pDevice(std::uint64_t device) override {
+        if (const auto opened = openNl80211(); !opened) {
+            return tl::unexpected(opened.error());
+        }
+        return _nl80211->stopP2pDevice(device);
+    }
+
+    Expected<void> startP2pDevice(std::uint64_t device) override {
+        if (auto opened = openNl80211(); !opened) {
+            return opened;
+        }
+        return _nl80211->startP2pDevice(device);
+    }
+
+    bool isManaged(const QString& interfaceName) override { return _networkManager.isManaged(interfaceName); }
     Expected<void> setManaged(const QString& interfaceName, bool managed) override {
         return _networkManager.setManaged(interfaceName, managed);
-    }
-    Expected<void> setAutoconnect(const QString& interfaceName, bool autoconnect) override {
-        return _networkManager.setAutoconnect(interfaceName, autoconnect);
-    }
-    Expected<void> disconnect(const QString& interfaceName) override {
-        return _networkManager.disconnect(interfaceName);
     }
 
 private:

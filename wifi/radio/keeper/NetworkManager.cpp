@@ -5,6 +5,7 @@
 #include <QDBusConnectionInterface>
 #include <QDBusObjectPath>
 #include <QDBusVariant>
+#include <QVariant>
 
 namespace vantrel {
 
@@ -16,6 +17,7 @@ const QString service = QStringLiteral("org.freedesktop.NetworkManager");
 const QString root = QStringLiteral("/org/freedesktop/NetworkManager");
 const QString deviceInterface = QStringLiteral("org.freedesktop.NetworkManager.Device");
 const QString propertiesInterface = QStringLiteral("org.freedesktop.DBus.Properties");
+const QString managedProperty = QStringLiteral("Managed");
 
 } // namespace
 
@@ -52,40 +54,26 @@ Expected<QString> NetworkManager::devicePath(const QString& interfaceName) const
     return path;
 }
 
-Expected<QVariant> NetworkManager::property(const QString& path, const QString& name) const {
-    auto message = QDBusMessage::createMethodCall(service, path, propertiesInterface, QStringLiteral("Get"));
-    message << deviceInterface << name;
-    const auto reply = call(message);
-    if (!reply) {
-        return tl::unexpected(reply.error());
-    }
-    return reply->arguments().value(0).value<QDBusVariant>().variant();
-}
-
-std::optional<ManagedDevice> NetworkManager::device(const QString& interfaceName) const {
+bool NetworkManager::isManaged(const QString& interfaceName) const {
     if (!isRunning()) {
-        return {};
+        return false;
     }
     const auto path = devicePath(interfaceName);
     if (!path) {
         qCInfo(lcKeeper, "%s", qUtf8Printable(path.error().text()));
-        return {};
+        return false;
     }
-    ManagedDevice device;
-    const auto managed = property(*path, QStringLiteral("Managed"));
-    const auto autoconnect = property(*path, QStringLiteral("Autoconnect"));
-    for (const auto* answer : {&managed, &autoconnect}) {
-        if (!*answer) {
-            qCWarning(lcKeeper, "%s", qUtf8Printable(answer->error().text()));
-            return {};
-        }
+    auto message = QDBusMessage::createMethodCall(service, *path, propertiesInterface, QStringLiteral("Get"));
+    message << deviceInterface << managedProperty;
+    const auto reply = call(message);
+    if (!reply) {
+        qCWarning(lcKeeper, "%s", qUtf8Printable(reply.error().text()));
+        return false;
     }
-    device.managed = managed->toBool();
-    device.autoconnect = autoconnect->toBool();
-    return device;
+    return reply->arguments().value(0).value<QDBusVariant>().variant().toBool();
 }
 
-Expected<void> NetworkManager::setProperty(const QString& interfaceName, const QString& name, bool value) const {
+Expected<void> NetworkManager::setManaged(const QString& interfaceName, bool managed) const {
     if (!isRunning()) {
         return {};
     }
@@ -94,33 +82,9 @@ Expected<void> NetworkManager::setProperty(const QString& interfaceName, const Q
         return tl::unexpected(path.error());
     }
     auto message = QDBusMessage::createMethodCall(service, *path, propertiesInterface, QStringLiteral("Set"));
-    message << deviceInterface << name << QVariant::fromValue(QDBusVariant(value));
+    message << deviceInterface << managedProperty << QVariant::fromValue(QDBusVariant(managed));
     if (const auto reply = call(message); !reply) {
-        return failure(QStringLiteral("NetworkManager's Device.") + name, reply.error().why);
-    }
-    return {};
-}
-
-Expected<void> NetworkManager::setManaged(const QString& interfaceName, bool managed) const {
-    return setProperty(interfaceName, QStringLiteral("Managed"), managed);
-}
-
-Expected<void> NetworkManager::setAutoconnect(const QString& interfaceName, bool autoconnect) const {
-    return setProperty(interfaceName, QStringLiteral("Autoconnect"), autoconnect);
-}
-
-Expected<void> NetworkManager::disconnect(const QString& interfaceName) const {
-    if (!isRunning()) {
-        return {};
-    }
-    const auto path = devicePath(interfaceName);
-    if (!path) {
-        return tl::unexpected(path.error());
-    }
-    const auto reply =
-        call(QDBusMessage::createMethodCall(service, *path, deviceInterface, QStringLiteral("Disconnect")));
-    if (!reply) {
-        return tl::unexpected(reply.error());
+        return failure(QStringLiteral("NetworkManager's Device.Managed"), reply.error().why);
     }
     return {};
 }

@@ -218,6 +218,13 @@ Request& Request::add(int attribute, std::uint32_t value) {
     return *this;
 }
 
+Request& Request::addWide(int attribute, std::uint64_t value) {
+    if (_message) {
+        note(::nla_put_u64(_message.get(), attribute, value));
+    }
+    return *this;
+}
+
 Request& Request::add(int attribute, const QByteArray& text) {
     if (_message) {
         note(::nla_put_string(_message.get(), attribute, text.constData()));

@@ -38,6 +38,7 @@ public:
     [[nodiscard]] static Request route(int type, Bytes header, const QString& name);
 
     Request& add(int attribute, std::uint32_t value);
+    Request& addWide(int attribute, std::uint64_t value);
     Request& add(int attribute, const QByteArray& text); // a zero is put behind it
     Request& addFlag(int attribute);
 

@@ -56,6 +56,9 @@ Expected<void> withoutNumber(const tl::expected<void, Failure>& done) {
     return done ? Expected<void>() : tl::unexpected<Error>(done.error().error);
 }
 
+// The kernel's answers for a wireless device that does not exist, or exists no more.
+bool isGone(const Failure& failure) { return failure.number == ENODEV || failure.number == ENOENT; }
+
 // The messages after which an interface, its network, its channel, or what a radio may do can be another.
 bool isChange(int command) {
     static constexpr std::array changes = {
@@ -191,6 +194,42 @@ Expected<void> Nl80211::removeInterface(int interfaceIndex) {
         Request::generic(_family, NL80211_CMD_DEL_INTERFACE, QStringLiteral("NL80211_CMD_DEL_INTERFACE"))
             .add(NL80211_ATTR_IFINDEX, static_cast<std::uint32_t>(interfaceIndex))
             .exchange(*_socket));
+}
+
+Expected<std::vector<std::uint64_t>> Nl80211::p2pDevices(std::uint32_t wiphy) {
+    std::vector<std::uint64_t> found;
+    auto request =
+        Request::generic(_family, NL80211_CMD_GET_INTERFACE, QStringLiteral("NL80211_CMD_GET_INTERFACE"), dumpFlags);
+    const auto done = dump(
+        *_socket, std::move(request), [&found] { found.clear(); },
+        [&found, wiphy](Bytes attributes) {
+            if (const auto device = parseP2pDevice(attributes); device && device->wiphy == wiphy) {
+                found.push_back(device->number);
+            }
+        });
+    if (!done) {
+        return tl::unexpected<Error>(done.error());
+    }
+    return found;
+}
+
+Expected<bool> Nl80211::stopP2pDevice(std::uint64_t device) {
+    const auto done =
+        Request::generic(_family, NL80211_CMD_STOP_P2P_DEVICE, QStringLiteral("NL80211_CMD_STOP_P2P_DEVICE"))
+            .addWide(NL80211_ATTR_WDEV, device)
+            .exchange(*_socket);
+    if (!done && (done.error().number == ENETDOWN || isGone(done.error()))) {
+        return false;
+    }
+    return withoutNumber(done).map([] { return true; });
+}
+
+Expected<void> Nl80211::startP2pDevice(std::uint64_t device) {
+    const auto done =
+        Request::generic(_family, NL80211_CMD_START_P2P_DEVICE, QStringLiteral("NL80211_CMD_START_P2P_DEVICE"))
+            .addWide(NL80211_ATTR_WDEV, device)
+            .exchange(*_socket);
+    return !done && isGone(done.error()) ? Expected<void>() : withoutNumber(done);
 }
 
 Expected<void> Nl80211::setChannel(int monitorIndex, const CWChannel& channel) {

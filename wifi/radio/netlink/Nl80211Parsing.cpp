@@ -144,6 +144,25 @@ std::optional<WirelessInterface> parseInterface(Bytes attributes) {
     return interface;
 }
 
+std::optional<P2pDevice> parseP2pDevice(Bytes attributes) {
+    std::optional<std::uint64_t> number;
+    std::optional<std::uint32_t> wiphy;
+    std::optional<std::uint32_t> type;
+    forEachAttribute(attributes, [&](int attribute, Bytes value) {
+        if (attribute == NL80211_ATTR_WDEV) {
+            number = numberOf<std::uint64_t>(value);
+        } else if (attribute == NL80211_ATTR_WIPHY) {
+            wiphy = numberOf<std::uint32_t>(value);
+        } else if (attribute == NL80211_ATTR_IFTYPE) {
+            type = numberOf<std::uint32_t>(value);
+        }
+    });
+    if (!number || !wiphy || type != NL80211_IFTYPE_P2P_DEVICE) {
+        return std::nullopt;
+    }
+    return P2pDevice{*number, *wiphy};
+}
+
 void WiphyChannels::add(Bytes attributes) {
     forEachAttribute(attributes, [this](int attribute, Bytes bands) {
         if (attribute != NL80211_ATTR_WIPHY_BANDS) {

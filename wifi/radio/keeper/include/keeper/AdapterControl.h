@@ -12,13 +12,6 @@
 
 namespace vantrel {
 
-// How NetworkManager sees a device.
-struct ManagedDevice {
-    bool managed = false;     // it may configure the device
-    bool autoconnect = false; // it joins networks by itself
-    friend bool operator==(const ManagedDevice&, const ManagedDevice&) = default;
-};
-
 class AdapterControl {
 public:
     virtual ~AdapterControl() = default;
@@ -42,12 +35,16 @@ public:
     [[nodiscard]] virtual Expected<void> removeInterface(int interfaceIndex) = 0;
     [[nodiscard]] virtual Expected<void> setChannel(int monitorIndex, const CWChannel& channel) = 0;
 
-    // Nothing where no NetworkManager runs, or where it does not know the device. What is asked of one that is not
-    // there is done.
-    [[nodiscard]] virtual std::optional<ManagedDevice> managedDevice(const QString& interfaceName) = 0;
+    // As netlink::Nl80211 has them.
+    [[nodiscard]] virtual std::vector<std::uint64_t> p2pDevices(std::uint32_t wiphy) = 0;
+    [[nodiscard]] virtual Expected<bool> stopP2pDevice(std::uint64_t device) = 0;
+    [[nodiscard]] virtual Expected<void> startP2pDevice(std::uint64_t device) = 0;
+
+    // Whether NetworkManager configures the device; not where none runs, or where it does not know the device.
+    [[nodiscard]] virtual bool isManaged(const QString& interfaceName) = 0;
+    // Taken from it, the device leaves its network; handed back, it joins the preferred one. What is asked of a
+    // NetworkManager that is not there is done.
     [[nodiscard]] virtual Expected<void> setManaged(const QString& interfaceName, bool managed) = 0;
-    [[nodiscard]] virtual Expected<void> setAutoconnect(const QString& interfaceName, bool autoconnect) = 0;
-    [[nodiscard]] virtual Expected<void> disconnect(const QString& interfaceName) = 0;
 };
 
 } // namespace vantrel

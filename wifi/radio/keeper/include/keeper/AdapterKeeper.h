@@ -1,11 +1,11 @@
 // Drives one adapter for its client, and puts it back as it was.
 //
 // Two things are done to a station, and both are undone:
-// - aside: NetworkManager leaves the device alone and the station's link is down, so that a monitor can be tuned. It
-//   lasts while a monitor that was tuned is in use, and a moment longer (isIdleAside(), giveBack()).
-// - apart: the station has left its network and must not rejoin by itself. With NetworkManager the device is
-//   disconnected and does not connect by itself, without it the link stays down. It lasts until the power is switched
-//   on, or the client is gone.
+// - aside: NetworkManager leaves the device alone, the station's link is down, and the radio's P2P devices are stopped,
+//   so that a monitor can be tuned. It lasts while a monitor that was tuned is in use, and a moment longer
+//   (isIdleAside(), giveBack()).
+// - apart: the station has left its network and must not rejoin by itself, so it stays aside. It lasts until the power
+//   is switched on, a switch that was off is moved back, or the client is gone; or until somebody else raises the link.
 // While it is a member of a network, the adapter is never tuned away from it. The channel it rests on otherwise is the
 // last one that it was tuned to or had in a network, so that a capture listens where the user was told.
 //
@@ -37,8 +37,11 @@ public:
     // the regulatory domain allow is read anew only when it may have changed.
     void refresh(bool channelsMayHaveChanged);
 
-    // Set aside, and nobody needs it any more.
-    [[nodiscard]] bool isIdleAside() const { return _aside && _monitorUsers == 0 && !_poweredDown; }
+    // Set aside, and nobody needs that any more.
+    [[nodiscard]] bool isIdleAside() const {
+        return _aside && _monitorUsers == 0 && !_poweredDown && (!_apart || _monitor);
+    }
+    // Ends it; of a station that is apart only the monitor goes.
     void giveBack();
 
     // The client is gone: everything is put back. False when something could not be; its record stays.
@@ -48,30 +51,30 @@ public:
     [[nodiscard]] const protocol::Channels& channels() const { return _channels; }
 
 private:
-    enum class Rejoin { No, Yes };
-
     void replayRecord();
     void lookForStation(const std::vector<netlink::WirelessInterface>& interfaces);
     void forgetStation();
     void readFacts();
     void checkMonitor();
-    void checkApart();
+    void checkStation(bool wasBlocked);
     [[nodiscard]] bool isOff() const { return _blocked || _poweredDown; }
-    [[nodiscard]] bool isAssociated() const { return _association.has_value() && !_apart && !_aside; }
+    [[nodiscard]] bool isAssociated() const { return _association.has_value() && !_aside; }
     [[nodiscard]] std::optional<CWChannel> restChannel() const;
 
     [[nodiscard]] Expected<void> requireStation(const QString& what) const;
     [[nodiscard]] Expected<void> ensureMonitor();
     void removeMonitor();
     [[nodiscard]] Expected<void> setAside();
+    [[nodiscard]] Expected<void> quietP2pDevices();
     [[nodiscard]] Expected<void> tune(const CWChannel& channel);
     [[nodiscard]] Expected<void> powerDown();
     [[nodiscard]] Expected<void> powerUp();
 
     // Writes the record before what it names is done.
     [[nodiscard]] Expected<void> owe(const Debts& debts);
-    // Puts back what is owed. Not rejoining, a station that is apart stays so.
-    Expected<void> settle(Rejoin rejoin);
+    // Puts back what is owed; what cannot be put back stays owed.
+    Expected<void> settle();
+    [[nodiscard]] Expected<void> startP2pDevices();
     void pay(bool& debt, const Expected<void>& paid, Expected<void>& outcome);
 
     AdapterControl& _control; // borrowed
@@ -91,8 +94,7 @@ private:
 
     Debts _debts;
     bool _aside = false;
-    bool _apart = false;
-    bool _leftNetwork = false; // apart, and the association has ended since
+    bool _apart = false;       // only while _aside
     bool _poweredDown = false; // off without the radio's switch
     QString _lastFailure;      // of putting back, so that retrying is logged once
 };

@@ -7,17 +7,19 @@
 #include "base/Error.h"
 
 #include <QString>
+#include <cstdint>
 #include <optional>
+#include <vector>
 
 namespace vantrel {
 
 struct Debts {
     QString interfaceName;
-    QString address;          // the adapter's, should the name have changed; "02:00:00:00:00:00"
-    bool raiseLink = false;   // the station's link was up
-    bool handBack = false;    // NetworkManager managed the device
-    bool autoconnect = false; // NetworkManager joined networks with it by itself
-    [[nodiscard]] bool any() const { return raiseLink || handBack || autoconnect; }
+    QString address;                       // the adapter's, should the name have changed; "02:00:00:00:00:00"
+    bool raiseLink = false;                // the station's link was up
+    bool handBack = false;                 // NetworkManager managed the device
+    std::vector<std::uint64_t> p2pDevices; // these were started, as nl80211 numbers them
+    [[nodiscard]] bool any() const { return raiseLink || handBack || !p2pDevices.empty(); }
     friend bool operator==(const Debts&, const Debts&) = default;
 };
 

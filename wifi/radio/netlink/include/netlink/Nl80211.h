@@ -65,6 +65,14 @@ public:
     [[nodiscard]] Expected<int> addMonitor(std::uint32_t wiphy, const QString& name);
     [[nodiscard]] Expected<void> removeInterface(int interfaceIndex);
 
+    // The radio's P2P devices, as supplicants make them: no network interfaces, each known by a number of its own.
+    [[nodiscard]] Expected<std::vector<std::uint64_t>> p2pDevices(std::uint32_t wiphy);
+    // While one is started, a monitor hears nothing, although the kernel lets it be tuned. False when it was not
+    // started, or is gone.
+    [[nodiscard]] Expected<bool> stopP2pDevice(std::uint64_t device);
+    // One that is started, or gone, is left so.
+    [[nodiscard]] Expected<void> startP2pDevice(std::uint64_t device);
+
     // Tunes a monitor that is up, while no other interface of its radio is (EBUSY: "Device or resource busy").
     [[nodiscard]] Expected<void> setChannel(int monitorIndex, const CWChannel& channel);
 

@@ -16,6 +16,14 @@ namespace vantrel::netlink {
 // channel is left out at bands other than 2.4 and 5 GHz; the width is 0 where it is none of 20, 40, 80 and 160 MHz.
 [[nodiscard]] std::optional<WirelessInterface> parseInterface(std::span<const std::uint8_t> attributes);
 
+// One NL80211_CMD_NEW_INTERFACE of a P2P device: its own number, and its radio's; nothing for any other interface.
+struct P2pDevice {
+    std::uint64_t number = 0;
+    std::uint32_t wiphy = 0;
+    friend bool operator==(const P2pDevice&, const P2pDevice&) = default;
+};
+[[nodiscard]] std::optional<P2pDevice> parseP2pDevice(std::span<const std::uint8_t> attributes);
+
 // Gathers the many messages of a split NL80211_CMD_GET_WIPHY dump: a band's channels may come one by one.
 //
 // What it takes for usable is what the kernel takes when a channel is set: the control channel's flag forbids 40 MHz
