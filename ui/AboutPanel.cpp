@@ -16,7 +16,7 @@ namespace vantrel::ui {
 namespace {
 constexpr int iconSize = 64;
 constexpr int widthInLetters = 56;
-constexpr int heightInLines = 14;
+constexpr int heightInLines = 20;
 
 QLabel* centred(const QString& text) {
     auto* label = new QLabel(text);

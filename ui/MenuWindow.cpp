@@ -17,6 +17,7 @@ namespace {
 const QString windowName = QStringLiteral("Vantrel");
 const QString reason = QStringLiteral("This desktop shows no tray, so the menu is here.");
 const QString buttonTitle = QStringLiteral("&Menu");
+constexpr int margin = 18; // pixels, as around the progress panel
 } // namespace
 
 MenuWindow::MenuWindow(StatusItem& item, StatusMenu& menu, std::chrono::milliseconds wait) : _item(item), _menu(menu) {
@@ -33,6 +34,8 @@ MenuWindow::MenuWindow(StatusItem& item, StatusMenu& menu, std::chrono::millisec
     layout->addWidget(status);
     layout->addWidget(new QLabel(reason));
     layout->addWidget(button);
+    layout->setContentsMargins(margin, margin, margin, margin);
+    layout->setSpacing(margin / 2);
     layout->setSizeConstraint(QLayout::SetFixedSize);
     connect(&item, &StatusItem::toolTipChanged, status, &QLabel::setText);
     connect(&item, &StatusItem::shown, this, &QWidget::hide);

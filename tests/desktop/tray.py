@@ -77,9 +77,9 @@ class TrayItem:
     def activate(self, x, y):
         self._bus.call(self._service, self._path, ITEM, "Activate", "(ii)", x, y)
 
-    def entries(self):
-        """The menu from top to bottom."""
-        _revision, root = self._bus.call(self._service, self._menu, MENU, "GetLayout", "(iias)", 0, -1, [])
+    def entries(self, levels=-1):
+        """The menu from top to bottom, with its submenus or with so many levels of it."""
+        _revision, root = self._bus.call(self._service, self._menu, MENU, "GetLayout", "(iias)", 0, levels, [])
         return _entry(root).children
 
     def labels(self):

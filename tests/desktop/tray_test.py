@@ -131,10 +131,10 @@ class WithHost(DesktopTest):
         self.assertEqual(self.item.icon, idle)
         self.quit()
 
-    def test_picture_follows_a_dark_panel(self):
+    def test_picture_follows_a_dark_tray(self):
         with self.desktop.bus.listening(tray.ITEM):
             wait_for(lambda: brightness(self.item.icon) < 128, "a dark picture")
-        self.desktop.darken_panel()
+        self.desktop.announce_dark_tray()
         with self.desktop.bus.listening(tray.ITEM):
             wait_for(lambda: brightness(self.item.icon) >= 128, "a light picture")
 

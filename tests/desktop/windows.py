@@ -79,6 +79,10 @@ class Windows:
     def wait_for_no_window(self, pids, title, timeout=15.0):
         wait_for(lambda: not self.window(pids, title), f"the window {title!r} to close", timeout, POLL_MS)
 
+    def title(self, window):
+        """As it is now."""
+        return self._bus.property(window.service, window.path, ACCESSIBLE, "Name")
+
     def contents(self, window):
         """The window and what shows in it."""
         return [node for node in self._with_contents([window]) if self._shows(node)]
