@@ -28,7 +28,10 @@ const QString noHelp = QStringLiteral("The help could not be opened.");
 } // namespace
 
 TrayCommands::TrayCommands(Surroundings surroundings) : _around(std::move(surroundings)) {
-    connect(&_around.menu, &ui::StatusMenu::aboutToShow, this, [this] { _around.display.updateStatusMenu(); });
+    connect(&_around.menu, &ui::StatusMenu::aboutToShow, this, [this] {
+        _around.display.updateStatusItem();
+        _around.display.updateStatusMenu();
+    });
     connectTuning();
     connectCaptures();
     connectWindows();

@@ -264,12 +264,13 @@ TEST_F(Tray, AboutOpensOnePanel) {
     EXPECT_EQ(panels(), 1);
 }
 
-TEST_F(Tray, OpeningTheMenuRefreshesIt) {
+TEST_F(Tray, OpeningTheMenuRefreshesItemAndMenu) {
     startWith();
-    app->settings().setString(keys::MojoPacketsEmail, QStringLiteral("somebody@example.org"));
+    app->settings().setBool(keys::DisplayChannel, true);
     itemOf(outlets::statusMenuItem).setText(QStringLiteral("old"));
     app->statusItem()->popUpMenu();
     EXPECT_EQ(itemOf(outlets::statusMenuItem).text(), QStringLiteral("Status: Associated"));
+    EXPECT_EQ(app->statusItem()->toolTip(), QStringLiteral("Vantrel: 36 (simulated)"));
     app->statusMenu()->menu()->hide();
 }
 

@@ -1,9 +1,9 @@
 // The tray item: a picture with a title in it, and the menu under it. It knows nothing of adapters or captures.
 //
-// The title stands in the picture as far as a square of 22 pixels allows, and whole in the tool tip, which is what screen
-// readers are told. The item shows itself as soon as the desktop has a place for it, now or later, and
-// again after that place restarts; its colour follows the tray's theme. Main thread, after the QApplication; before it
-// is destroyed, the item is taken off the tray.
+// The title stands in the picture as far as a square of 22 pixels allows, and whole in the tool tip, which is what
+// screen readers are told. The item shows itself as soon as the desktop has a place for it, now or later, and again
+// after that place restarts; its colour follows the tray's theme. Main thread, after the QApplication; before it is
+// destroyed, the item is taken off the tray.
 #pragma once
 
 #include "ui/StatusTitle.h"
