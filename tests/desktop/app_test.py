@@ -156,6 +156,22 @@ class Panel(AppTest):
         self.picture("panel-limited")
         self.stop(program, item)
 
+    def test_limit_ends_the_capture(self):
+        self.store(LimitCaptureFile=1, LimitCaptureFileUnits=4, LimitCaptureFileValue=200, MaxCaptureFiles=2,
+                   RotateCaptureFiles=0)
+        program, item = self.start_idle()
+        home = self.desktop.folder / "home"
+        known = set(home.rglob("*.pcap"))
+        item.click(CAPTURE)
+
+        def ended():
+            return len(set(home.rglob("*.pcap")) - known) == 2 and item.entry("Quit").enabled
+        wait_for(ended, "both files and the end of the capture", poll_ms=POLL_MS)
+        self.assertEqual([packets(path) for path in set(home.rglob("*.pcap")) - known], [200, 200])
+        self.desktop.wait_for_no_window(program, "Capturing")
+        self.assertEqual(item.tool_tip, IDLE)
+        self.quit(program, item)
+
 
 class WiFi(AppTest):
     def test_capture_all_hops_and_comes_back(self):
