@@ -1,10 +1,8 @@
 #include "app/AppDelegate.h"
 
-#include "engine/CaptureDevice.h"
 #include "services/PcapApplications.h"
 #include "services/VersionInfo.h"
 #include "settings/Defaults.h"
-#include "settings/SettingsKeys.h"
 #include "ui/Alerts.h"
 
 #include <QCoreApplication>
@@ -57,7 +55,7 @@ std::span<const AppDelegate::Step> AppDelegate::secondStage() {
     static constexpr std::array<Step, 4> steps{{
         {"createStatusItem", &AppDelegate::createStatusItem},
         {"takeDefaultInterface", &AppDelegate::takeDefaultInterface},
-        {"chooseLinkLayerHeader", &AppDelegate::chooseLinkLayerHeader},
+        {"populateStatusMenu", &AppDelegate::populateStatusMenu},
         {"dropVanishedApplication", &AppDelegate::dropVanishedApplication},
     }};
     return steps;
@@ -97,8 +95,6 @@ void AppDelegate::repairAfterCaptureActions() { repairAfterCaptureAction(_settin
 
 void AppDelegate::observeLoginItems() {
     _loginItems = std::make_unique<LoginItems>(QCoreApplication::applicationFilePath());
-    connect(_loginItems.get(), &LoginItems::launchAtLoginChanged, this,
-            [](bool launch) { qCInfo(lcApp, "launch at login is now %s", launch ? "on" : "off"); });
 }
 
 void AppDelegate::monitorWiFiEvents() {
@@ -124,17 +120,28 @@ void AppDelegate::sendTrackingReport() {
 }
 
 void AppDelegate::createStatusItem() {
-    _statusItem = std::make_unique<ui::StatusItem>();
-    _view = std::make_unique<TrayCaptureView>(*_statusItem, *_options.wifi);
-    connect(_statusItem.get(), &ui::StatusItem::stopRequested, this, [this] { _session->userDidStop(); });
-    connect(_statusItem.get(), &ui::StatusItem::quitRequested, this, &AppDelegate::quitRequested);
+    _statusMenu = std::make_unique<ui::StatusMenu>();
+    _statusItem = std::make_unique<ui::StatusItem>(*_statusMenu->menu());
+    _menuWindow = std::make_unique<ui::MenuWindow>(*_statusItem, *_statusMenu);
+    _tray = std::make_unique<TrayDisplay>(TrayDisplay::Surroundings{
+        .item = *_statusItem, .menu = *_statusMenu, .settings = _settings, .wifi = *_options.wifi});
+    _progress = std::make_unique<ProgressDisplay>(ProgressDisplay::Surroundings{
+        .settings = _settings,
+        .airport = _options.wifi->interface(),
+        .timers = *_timers,
+        .read =
+            [this] {
+                return ProgressDisplay::Reading{_session->progress(), _session->isMultipleFileCapture()};
+            },
+        .stop = [this] { _session->userDidStop(); },
+        .cancel = [this] { _session->userDidCancel(); }});
+    _view = std::make_unique<TrayCaptureView>(*_tray, *_progress);
 }
 
 void AppDelegate::takeDefaultInterface() {
     makeHopping();
     makeSession();
     makeCommands();
-    connectCommands();
     watchSleep();
 }
 
@@ -165,14 +172,6 @@ void AppDelegate::makeSession() {
                                                                              .hopper = *_hopper,
                                                                              .finalizer = _finalizer,
                                                                              .desktopFolder = _desktopFolder});
-    _view->setProgressText([this] {
-        const auto progress = _session->progress();
-        QString text = QStringLiteral("Capturing, frames: %1").arg(progress.frames);
-        if (progress.framesDroppedByKernel > 0) {
-            text += QStringLiteral(", dropped: %1").arg(progress.framesDroppedByKernel);
-        }
-        return text;
-    });
 }
 
 void AppDelegate::makeCommands() {
@@ -188,16 +187,17 @@ void AppDelegate::makeCommands() {
                                                                                 .dialogs = _dialogs,
                                                                                 .starter = *_starter,
                                                                                 .view = *_view});
-}
-
-void AppDelegate::connectCommands() {
-    using Item = ui::StatusItem;
-    connect(_statusItem.get(), &Item::captureRequested, this, [this] { _commands->onCapture(); });
-    connect(_statusItem.get(), &Item::captureAll2Dot4GHzRequested, this, [this] { _commands->onCaptureAll2Dot4GHz(); });
-    connect(_statusItem.get(), &Item::captureAll5GHzRequested, this, [this] { _commands->onCaptureAll5GHz(); });
-    connect(_statusItem.get(), &Item::captureAllRequested, this, [this] { _commands->onCaptureAll(); });
-    connect(_statusItem.get(), &Item::disconnectRequested, this, [this] { _association->onDisassociate(); });
-    connect(_statusItem.get(), &Item::turnOnOffRequested, this, [this] { _association->onTurnOnOff(); });
+    _linkLayer = std::make_unique<LinkLayerMenu>(LinkLayerMenu::Surroundings{
+        .menu = *_statusMenu, .settings = _settings, .airport = airport, .session = *_session});
+    _trayCommands = std::make_unique<TrayCommands>(TrayCommands::Surroundings{.menu = *_statusMenu,
+                                                                              .display = *_tray,
+                                                                              .captures = *_commands,
+                                                                              .association = *_association,
+                                                                              .linkLayer = *_linkLayer,
+                                                                              .loginItems = *_loginItems,
+                                                                              .dialogs = _dialogs,
+                                                                              .version = _options.version});
+    connect(_trayCommands.get(), &TrayCommands::quitRequested, this, &AppDelegate::quitRequested);
 }
 
 void AppDelegate::watchSleep() {
@@ -205,28 +205,17 @@ void AppDelegate::watchSleep() {
     _sleepGuard = std::make_unique<SleepGuard>(*_sleepWatch, *_session, *_timers);
 }
 
-void AppDelegate::chooseLinkLayerHeader() {
-    chooseDataLink();
-    _statusItem->setCapturesEnabled(true);
-    _view->updateStatusItem();
-    _view->updateStatusMenu();
+void AppDelegate::populateStatusMenu() {
+    _tray->populateSubmenus();
+    _linkLayer->populateLinkLayerHeaderSubmenu();
+    _tray->updateStatusItem();
+    _tray->updateStatusMenu();
 }
 
-void AppDelegate::chooseDataLink() {
-    CWInterface& airport = _options.wifi->interface();
-    _offDuringChoice = !airport.powerOn();
-    const auto offered = offeredDataLinks(airport);
-    _session->setDataLinkType(vantrel::chooseDataLink(offered, _settings.integerForKey(keys::LinkLayerHeader)));
-}
-
-// An adapter that comes, or is switched on, after the launch could not be asked then.
 void AppDelegate::adapterChanged() {
-    const bool isOn = _options.wifi->interface().powerOn();
-    if (_offDuringChoice && isOn && _session->state() == CaptureSession::State::Idle) {
-        chooseDataLink();
-    }
-    _view->updateStatusItem();
-    _view->updateStatusMenu();
+    _linkLayer->adapterChanged();
+    _tray->updateStatusItem();
+    _tray->updateStatusMenu();
 }
 
 void AppDelegate::dropVanishedApplication() { removeVanishedApplication(_settings); }

@@ -1,13 +1,13 @@
 #include "app/SessionAdapters.h"
 
+#include "app/ProgressDisplay.h"
+#include "app/TrayDisplay.h"
 #include "delivery/CaptureDelivery.h"
 #include "engine/CaptureSession.h"
 #include "engine/CaptureTotals.h"
 #include "ui/Alerts.h"
-#include "ui/StatusItem.h"
-#include "wifi/CWWiFiClient.h"
+#include "wifi/CWInterface.h"
 #include "wifi/ChannelPlan.h"
-#include "wifi/ChannelTitle.h"
 #include "wifi/HopLoop.h"
 
 #include <QFileInfo>
@@ -20,56 +20,20 @@ Q_LOGGING_CATEGORY(lcDelivery, "vantrel.delivery")
 }
 
 void TrayCaptureView::enableCaptures() {
-    _capturing = false;
-    _item.setCapturesEnabled(true);
-    _item.setCapturing(false);
+    _tray.enableCaptures();
+    _progress.captureDidEnd();
 }
 
 void TrayCaptureView::disableCaptures() {
-    _capturing = true;
-    _item.setCapturesEnabled(false);
-    _item.setCapturing(true);
+    _tray.disableCaptures();
+    _progress.captureDidStart();
 }
 
-void TrayCaptureView::updateStatusItem() {
-    _item.setNote(_wifi.backendNote());
-    if (!_open) {
-        _item.setToolTip(adapterText());
-    }
-}
-
-QString TrayCaptureView::adapterText() const {
-    const CWInterface& airport = _wifi.interface();
-    if (!airport.powerOn()) {
-        return QStringLiteral("Vantrel: Off");
-    }
-    const auto channel = airport.wlanChannel();
-    return channel ? QStringLiteral("Vantrel: %1").arg(channelTitle(*channel)) : QStringLiteral("Vantrel");
-}
-
-void TrayCaptureView::updateStatusMenu() {
-    const CWInterface& airport = _wifi.interface();
-    const bool isOn = airport.powerOn();
-    _item.setPowerOn(isOn);
-    _item.setNetwork(isOn && airport.isAssociated() ? std::optional(airport.ssid()) : std::nullopt);
-}
-
-// Comes some time after the start, so the capture may be over already.
-void TrayCaptureView::startProgress() {
-    _open = _capturing;
-    updateProgress();
-}
-
-void TrayCaptureView::updateProgress() {
-    if (_open && _progressText) {
-        _item.setToolTip(_progressText());
-    }
-}
-
-void TrayCaptureView::closeProgress() {
-    _open = false;
-    updateStatusItem();
-}
+void TrayCaptureView::updateStatusItem() { _tray.updateStatusItem(); }
+void TrayCaptureView::updateStatusMenu() { _tray.updateStatusMenu(); }
+void TrayCaptureView::startProgress() { _progress.startProgress(); }
+void TrayCaptureView::updateProgress() { _progress.updateProgress(); }
+void TrayCaptureView::closeProgress() { _progress.closeProgress(); }
 
 void AlertDialogs::showCriticalAlertWithInfo(const QString& messageText, const QString& informativeText) {
     if (_asking) {

@@ -2,7 +2,8 @@
 """Measures Vantrel beside tcpdump and dumpcap, and writes the tables.
 
     bench/run.py --build BUILD --output FILE       everything, into a document
-    bench/run.py --build BUILD --only SECTION      one section, printed: processing, steps, live or buffer
+    bench/run.py --build BUILD --only SECTION      one section, printed: processing, steps, live, buffer or
+                                                   responsiveness
     --repetitions N                                how often each program runs; 5 when not given
 
 BUILD holds the target `bench`. Times are compared within one run of this script only; nothing here passes or fails.
@@ -18,6 +19,7 @@ import sys
 
 import live
 import make_frames
+import responsiveness
 from programs import Failed, commands, cost, median, output_of, table
 
 FRAMES = 1_000_000
@@ -117,6 +119,13 @@ def live_sections(build, repetitions, crc):
     return {"live": live.live_section(build, repetitions, crc), "buffer": live.buffer_section(build, repetitions)}
 
 
+def answers(build):
+    try:
+        return responsiveness.section(build)
+    except (Failed, ImportError, SystemExit) as reason:
+        return [f"Not measured: {reason}"]
+
+
 BUFFER_REASON = """\
 The engine asks for 8 MiB. libpcap's own 2 MiB hold no more than a few milliseconds of frames at full speed, and a
 busy machine may keep the capture thread waiting longer; above 8 MiB the memory grows and the losses do not shrink."""
@@ -126,6 +135,7 @@ def document(build, repetitions):
     described = machine(build)
     times = measure_steps(build)
     sections = {"processing": processing(build, repetitions)}
+    sections["responsiveness"] = answers(build)
     sections |= live_sections(build, repetitions, times["crc32OfZlib/287"] / 1000)
     return "\n".join([
         "# Performance", "",
@@ -135,12 +145,15 @@ def document(build, repetitions):
         "", "## The machine", "", *commands(["bench/run.py --build build/release --output FILE"]), "", *described,
         "", "## Processing", "", *sections["processing"], "", "## Steps of a frame", "", *steps(times),
         "", "## Live captures", "", *sections["live"],
+        "", "## Answers during a capture", "", *sections["responsiveness"],
         "", "## Kernel buffer size", "", *sections["buffer"], "", BUFFER_REASON, ""])
 
 
 def one_section(build, repetitions, wanted):
     if wanted == "processing":
         return processing(build, repetitions)
+    if wanted == "responsiveness":
+        return answers(build)
     times = measure_steps(build)
     if wanted == "steps":
         return steps(times)
@@ -155,7 +168,7 @@ def main():
     parser = argparse.ArgumentParser(description=__doc__, formatter_class=argparse.RawDescriptionHelpFormatter)
     parser.add_argument("--build", type=pathlib.Path, required=True)
     parser.add_argument("--output", type=pathlib.Path)
-    parser.add_argument("--only", choices=["processing", "steps", "live", "buffer"])
+    parser.add_argument("--only", choices=["processing", "steps", "live", "buffer", "responsiveness"])
     parser.add_argument("--repetitions", type=int, default=5)
     arguments = parser.parse_args()
     build = arguments.build.resolve()

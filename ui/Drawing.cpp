@@ -8,13 +8,15 @@ static void registerResources() { Q_INIT_RESOURCE(ui); }
 
 namespace vantrel::ui {
 
-QByteArray drawing(const QString& name) {
+QByteArray resource(const QString& fileName) {
     registerResources();
-    QFile file(QStringLiteral(":/vantrel/ui/%1.svg").arg(name));
+    QFile file(QStringLiteral(":/vantrel/ui/%1").arg(fileName));
     if (!file.open(QIODevice::ReadOnly)) {
         qWarning("open() of %s failed: %s", qUtf8Printable(file.fileName()), qUtf8Printable(file.errorString()));
     }
     return file.readAll();
 }
+
+QByteArray drawing(const QString& name) { return resource(name + QStringLiteral(".svg")); }
 
 } // namespace vantrel::ui

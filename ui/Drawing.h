@@ -1,4 +1,4 @@
-// The drawings that are built into the program. Main thread.
+// What is built into the program: drawings and texts. Main thread.
 #pragma once
 
 #include <QByteArray>
@@ -6,7 +6,10 @@
 
 namespace vantrel::ui {
 
-// The SVG text of the drawing with this name, without ".svg"; empty, and logged, when there is none.
+// The file of this name; empty, and logged, when there is none.
+[[nodiscard]] QByteArray resource(const QString& fileName);
+
+// The SVG text of the drawing with this name, without ".svg".
 [[nodiscard]] QByteArray drawing(const QString& name);
 
 } // namespace vantrel::ui

@@ -1,35 +1,20 @@
 #include "ui/ProgressTexts.h"
 
+#include "base/SizeText.h"
+
 namespace vantrel::ui {
 
 namespace {
-constexpr char sizeInBytes[] = "%lu bytes";
-constexpr char sizeInKB[] = "%lu KB";
-constexpr char sizeInMB[] = "%.2f MB";
 constexpr char capturingOn[] = "Capturing on Channel %ld (%ld MHz)";
 constexpr QLatin1StringView singleFile{"Frames: %1 (%2)"};
 constexpr QLatin1StringView severalFiles{"File %1 out of %2, frames: %3 (%4)"};
 constexpr QLatin1StringView droppedFrame{"1 frame lost: it came faster than this computer could take it."};
 constexpr QLatin1StringView droppedFrames{"%1 frames lost: they came faster than this computer could take them."};
 
-constexpr std::uint64_t kilobyte = 1024;
-constexpr std::uint64_t megabyte = 1024 * kilobyte;
-constexpr std::uint64_t gigabyte = 1024 * megabyte;
-
 constexpr double indeterminate = -1;
 
 double percent(double part, double whole) { return whole > 0 ? part * 100 / whole : indeterminate; }
 } // namespace
-
-QString sizeText(std::uint64_t bytes) {
-    if (bytes < kilobyte) {
-        return QString::asprintf(sizeInBytes, static_cast<unsigned long>(bytes));
-    }
-    if (bytes < megabyte) {
-        return QString::asprintf(sizeInKB, static_cast<unsigned long>(bytes / kilobyte));
-    }
-    return bytes < gigabyte ? QString::asprintf(sizeInMB, static_cast<double>(bytes) / kilobyte / kilobyte) : QString();
-}
 
 QString windowTitle(long channelNumber, long channelWidthMHz) {
     return QString::asprintf(capturingOn, channelNumber, channelWidthMHz);

@@ -1,104 +1,82 @@
 #include "ui/StatusItem.h"
 
 #include "Glyph.h"
+#include "TrayColour.h"
 #include "TrayHost.h"
 
-#include <QAction>
 #include <QApplication>
 #include <QCursor>
-#include <QEvent>
+#include <QMenu>
 #include <QSystemTrayIcon>
-#include <algorithm>
+#include <QWidget>
 
 namespace vantrel::ui {
 
 namespace {
-QAction* addCommand(QMenu& menu, const QString& text, StatusItem* item, void (StatusItem::*signal)()) {
-    QAction* action = menu.addAction(text);
-    QObject::connect(action, &QAction::triggered, item, signal);
-    return action;
-}
-// A network's name as part of a menu entry, whatever it is made of: an ampersand would mark a mnemonic, and a tabulator
-// or a line end would part the entry.
-QString literal(QString name) {
-    std::ranges::replace_if(
-        name, [](QChar character) { return !character.isPrint() && !character.isSurrogate(); },
-        QChar(QChar::ReplacementCharacter));
-    return name.replace(u'&', QStringLiteral("&&"));
+const QString applicationName = QStringLiteral("Vantrel");
+const QString capturingMark = QStringLiteral("capturing");
+
+// In an XEmbed tray the item is a window, of a class that Qt keeps to itself, and without a name for screen readers.
+void nameXEmbedWindow(const QString& name) {
+    for (QWidget* window : QApplication::topLevelWidgets()) {
+        if (window->inherits("QSystemTrayIconSys")) {
+            window->setAccessibleName(name);
+        }
+    }
 }
 } // namespace
 
-StatusItem::StatusItem() : _toolTip(QStringLiteral("Vantrel")), _host(std::make_unique<TrayHost>()) {
-    buildMenu();
-    qApp->installEventFilter(this);
+StatusItem::StatusItem(QMenu& menu)
+    : _menu(menu),
+      _colour(std::make_unique<TrayColour>()),
+      _host(std::make_unique<TrayHost>()) {
+    connect(_colour.get(), &TrayColour::changed, this, &StatusItem::updateIcon);
     connect(_host.get(), &TrayHost::available, this, &StatusItem::show);
     _host->start();
 }
 
 StatusItem::~StatusItem() = default;
 
-void StatusItem::buildMenu() {
-    _menu.setAccessibleName(QStringLiteral("Vantrel"));
-    _menu.setToolTipsVisible(true);
-    _captures.setExclusionPolicy(QActionGroup::ExclusionPolicy::None);
-    for (QAction* capture :
-         {addCommand(_menu, QStringLiteral("&Capture"), this, &StatusItem::captureRequested),
-          addCommand(_menu, QStringLiteral("Capture All &2.4 GHz"), this, &StatusItem::captureAll2Dot4GHzRequested),
-          addCommand(_menu, QStringLiteral("Capture All &5 GHz"), this, &StatusItem::captureAll5GHzRequested),
-          addCommand(_menu, QStringLiteral("Capture &All Channels"), this, &StatusItem::captureAllRequested)}) {
-        _captures.addAction(capture);
+void StatusItem::setTitle(const TitleState& title) {
+    if (title == _title) { // asked for at every hop
+        return;
     }
-    _stop = addCommand(_menu, QStringLiteral("&Stop Capture"), this, &StatusItem::stopRequested);
-    _menu.addSeparator();
-    _disconnect = addCommand(_menu, QString(), this, &StatusItem::disconnectRequested);
-    _turnOnOff = addCommand(_menu, QString(), this, &StatusItem::turnOnOffRequested);
-    _menu.addSeparator();
-    _preferences = addCommand(_menu, QStringLiteral("&Preferences…"), this, &StatusItem::preferencesRequested);
-    _quit = addCommand(_menu, QStringLiteral("&Quit"), this, &StatusItem::quitRequested);
-    _stop->setEnabled(false);
-    setNetwork({});
-    setPowerOn(true);
-    setPreferencesEnabled(false);
-}
-
-void StatusItem::setCapturesEnabled(bool enabled) {
-    _captures.setEnabled(enabled);
-    _quit->setEnabled(enabled);
+    const bool isOtherPicture = titleMarks(title) != titleMarks(_title);
+    _title = title;
+    if (isOtherPicture) {
+        updateIcon();
+    }
+    updateToolTip();
 }
 
 void StatusItem::setCapturing(bool capturing) {
-    _capturing = capturing;
-    _stop->setEnabled(capturing);
-    updateIcon();
-}
-
-void StatusItem::setNetwork(const std::optional<QString>& name) {
-    _disconnect->setText(name ? QStringLiteral("Disconnect from %1").arg(literal(*name)) : QString());
-    _disconnect->setVisible(name.has_value());
-}
-
-void StatusItem::setPowerOn(bool on) {
-    _turnOnOff->setText(on ? QStringLiteral("Turn Wi-Fi Off") : QStringLiteral("Turn Wi-Fi On"));
-}
-
-void StatusItem::setPreferencesEnabled(bool enabled) {
-    _preferences->setEnabled(enabled);
-    _preferences->setToolTip(enabled ? QString()
-                                     : QStringLiteral("The preferences window is not part of this version."));
-}
-
-void StatusItem::setToolTip(const QString& text) {
-    _toolTip = text;
-    updateToolTip();
+    if (capturing != _capturing) {
+        _capturing = capturing;
+        updateIcon();
+        updateToolTip();
+    }
 }
 
 void StatusItem::setNote(const QString& note) {
-    _note = note;
-    updateToolTip();
+    if (note != _note) {
+        _note = note;
+        updateToolTip();
+    }
 }
 
 QString StatusItem::toolTip() const {
-    return _note.isEmpty() ? _toolTip : QStringLiteral("%1 (%2)").arg(_toolTip, _note);
+    QStringList parts;
+    if (const QString title = statusTitle(_title); !title.isEmpty()) {
+        parts << title;
+    }
+    if (_capturing) {
+        parts << capturingMark;
+    }
+    QString text = applicationName;
+    if (!parts.isEmpty()) {
+        text += QStringLiteral(": ") + parts.join(QStringLiteral(", "));
+    }
+    return _note.isEmpty() ? text : QStringLiteral("%1 (%2)").arg(text, _note);
 }
 
 void StatusItem::popUpMenu() {
@@ -118,27 +96,25 @@ void StatusItem::show() {
         }
     });
     _icon->show();
+    nameXEmbedWindow(toolTip());
     _host.release()->deleteLater(); // it is still emitting
     Q_EMIT shown();
 }
 
 void StatusItem::updateIcon() {
     if (_icon) {
-        _icon->setIcon(glyphIcon(_capturing ? GlyphState::Capturing : GlyphState::Idle, glyphColour()));
+        _icon->setIcon(
+            statusIcon(_capturing ? GlyphState::Capturing : GlyphState::Idle, titleMarks(_title), _colour->colour()));
     }
 }
 
 void StatusItem::updateToolTip() {
+    const QString text = toolTip();
     if (_icon) {
-        _icon->setToolTip(toolTip());
+        _icon->setToolTip(text);
+        nameXEmbedWindow(text);
     }
-}
-
-bool StatusItem::eventFilter(QObject* watched, QEvent* event) {
-    if (watched == qApp && event->type() == QEvent::ApplicationPaletteChange) {
-        updateIcon();
-    }
-    return QObject::eventFilter(watched, event);
+    Q_EMIT toolTipChanged(text);
 }
 
 } // namespace vantrel::ui

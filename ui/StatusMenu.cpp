@@ -274,6 +274,10 @@ void StatusMenu::improveContrast() {
         palette.setColor(QPalette::Disabled, role, blend(palette.color(QPalette::Active, role), ground));
     }
     palette.setColor(QPalette::Disabled, QPalette::Light, Qt::transparent); // of a shadow that blurs the text
+    if (qGray(ground.rgb()) < qGray(palette.color(QPalette::Active, QPalette::Text).rgb())) {
+        // The frames of check boxes are drawn darker than this, which on a dark menu leaves nothing to see.
+        palette.setColor(QPalette::Window, blend(palette.color(QPalette::Active, QPalette::Text), ground));
+    }
     _menu.setPalette(palette);
     for (QMenu* submenu : _menu.findChildren<QMenu*>()) {
         submenu->setPalette(palette);

@@ -6,6 +6,8 @@
 // Main thread. On other window systems there is no hint.
 #pragma once
 
+#include "X11Tray.h"
+
 #include <QAbstractNativeEventFilter>
 #include <QColor>
 #include <QObject>
@@ -30,10 +32,9 @@ private:
     void read();
 
     QColor _colour;
-    std::uint32_t _tray = 0;      // X11 window that owns the selection
-    std::uint32_t _manager = 0;   // X11 atoms
-    std::uint32_t _selection = 0; // of the first screen, where Qt shows tray icons
-    std::uint32_t _colours = 0;
+    const std::optional<X11Tray> _tray = X11Tray::ofServer();
+    std::uint32_t _owner = 0;   // the tray's window
+    std::uint32_t _colours = 0; // atom
 };
 
 } // namespace vantrel::ui

@@ -1,12 +1,12 @@
-// Watches for an XEmbed system tray: the owner of the X11 selection _NET_SYSTEM_TRAY_S<screen>, announced by a MANAGER
-// message to the root window (freedesktop.org System Tray Protocol 0.3). On other window systems it finds none.
+// Watches for an XEmbed system tray. On other window systems than X11 it finds none.
 //
 // Main thread.
 #pragma once
 
+#include "X11Tray.h"
+
 #include <QAbstractNativeEventFilter>
 #include <QObject>
-#include <cstdint>
 
 namespace vantrel::ui {
 
@@ -23,8 +23,7 @@ Q_SIGNALS:
 private:
     bool nativeEventFilter(const QByteArray& eventType, void* message, qintptr* result) override;
 
-    std::uint32_t _manager = 0;   // X11 atoms
-    std::uint32_t _selection = 0; // of the first screen, where Qt shows tray icons
+    std::optional<X11Tray> _tray; // from start() on
 };
 
 } // namespace vantrel::ui

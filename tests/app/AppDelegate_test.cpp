@@ -33,7 +33,7 @@ TEST_F(AppDelegateTest, StepsOfTheStartUpStandInTheirOrder) {
                              "registerDefaultValues repairAfterCaptureActions observeLoginItems monitorWiFiEvents "
                              "showBetaNotice sendTrackingReport"));
     EXPECT_EQ(namesOf(AppDelegate::secondStage()),
-              QStringLiteral("createStatusItem takeDefaultInterface chooseLinkLayerHeader dropVanishedApplication"));
+              QStringLiteral("createStatusItem takeDefaultInterface populateStatusMenu dropVanishedApplication"));
 }
 
 TEST_F(AppDelegateTest, SharedInstanceIsThereFromTheFirstStepUntilTheEnd) {
@@ -113,7 +113,7 @@ TEST_F(AppDelegateTest, RefusedMonitoringIsLoggedAndTheStartGoesOn) {
     const QStringList refusals = log.warnings().filter(QStringLiteral("startMonitoringEventWithType failed: "));
     ASSERT_EQ(refusals.size(), 4);
     EXPECT_EQ(refusals.first(), QStringLiteral("startMonitoringEventWithType failed: monitor 3: refused"));
-    EXPECT_TRUE(isEnabled(QStringLiteral("Capture")));
+    EXPECT_TRUE(isEnabled(QStringLiteral("Capture on Current Channel")));
 }
 
 TEST_F(AppDelegateTest, EveryWiFiEventRefreshesTheItemFromAnyThread) {
@@ -123,8 +123,7 @@ TEST_F(AppDelegateTest, EveryWiFiEventRefreshesTheItemFromAnyThread) {
     const auto refreshedBy = [this](const QString& note, const std::function<void()>& event) {
         client->note = note;
         std::thread(event).join();
-        return runUntil(
-            [&] { return app->statusItem()->toolTip() == QStringLiteral("Vantrel: 36 (80 MHz) (%1)").arg(note); });
+        return runUntil([&] { return app->statusItem()->toolTip() == QStringLiteral("Vantrel (%1)").arg(note); });
     };
     CWEventDelegate& delegate = *client->delegate;
     EXPECT_TRUE(refreshedBy(QStringLiteral("a"), [&] { delegate.bssidDidChangeForWiFiInterfaceWithName(name); }));
@@ -176,14 +175,16 @@ TEST_F(AppDelegateTest, TrackingReportIsSentOnce) {
 }
 
 TEST_F(AppDelegateTest, SimulatedRadioIsNamedAndOffersRadiotap) {
+    storeSettings(R"({"DisplayChannel": 1, "DisplayChannelWidth": 1})");
     make();
     start();
     EXPECT_EQ(app->session().dataLinkType(), 127);
     EXPECT_EQ(app->statusItem()->toolTip(), QStringLiteral("Vantrel: 36 (80 MHz) (simulated)"));
-    EXPECT_TRUE(isEnabled(QStringLiteral("Capture")));
+    EXPECT_TRUE(isEnabled(QStringLiteral("Capture on Current Channel")));
 }
 
 TEST_F(AppDelegateTest, WithoutAnAdapterTheLinkLayerTypeStaysUnsetAndThatIsLogged) {
+    storeSettings(R"({"DisplayChannel": 1})");
     wifi = makeAbsentAdapterClient();
     make();
     const LogCapture log;
@@ -200,8 +201,8 @@ TEST_F(AppDelegateTest, ReopeningShowsTheMenuAndIsAlwaysAllowed) {
     start();
     for (const bool hasVisibleWindows : {false, true}) {
         EXPECT_TRUE(app->applicationShouldHandleReopen(hasVisibleWindows));
-        EXPECT_TRUE(app->statusItem()->menu()->isVisible());
-        app->statusItem()->menu()->hide();
+        EXPECT_TRUE(app->statusMenu()->menu()->isVisible());
+        app->statusMenu()->menu()->hide();
     }
 }
 

@@ -108,7 +108,7 @@ void AppFixture::start() {
 }
 
 QAction* AppFixture::command(const QString& title) {
-    for (QAction* action : app->statusItem()->menu()->actions()) {
+    for (QAction* action : app->statusMenu()->menu()->actions()) {
         if (QString(action->text()).remove(u'&') == title) {
             return action;
         }
@@ -117,7 +117,7 @@ QAction* AppFixture::command(const QString& title) {
 }
 
 bool AppFixture::startCapture() {
-    command(QStringLiteral("Capture"))->trigger();
+    command(QStringLiteral("Capture on Current Channel"))->trigger();
     return runUntil([this] { return app->session().isCapturing(); });
 }
 

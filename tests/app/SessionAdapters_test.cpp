@@ -3,7 +3,6 @@
 #include "AppFixture.h"
 #include "engine/CaptureTotals.h"
 #include "support/LogCapture.h"
-#include "wifi/AbsentAdapter.h"
 
 #include <QFile>
 #include <QFileInfo>
@@ -86,44 +85,6 @@ TEST_F(DeliveringFinalizerTest, DestinationThatFailsIsLoggedAndTheFileStays) {
     EXPECT_EQ(totals.totalFrames(2), 3U);
 }
 
-class TrayCaptureViewTest : public ::testing::Test {
-protected:
-    TrayCaptureViewTest() {
-        view.updateStatusItem();
-        view.setProgressText([this] { return progress; });
-    }
-
-    QString progress = QStringLiteral("Capturing, frames: 1");
-    std::unique_ptr<CWWiFiClient> wifi = makeAbsentAdapterClient();
-    ui::StatusItem item;
-    TrayCaptureView view{item, *wifi};
-    const QString idle = QStringLiteral("Vantrel: Off (no Wi-Fi adapter)");
-};
-
-TEST_F(TrayCaptureViewTest, ToolTipFollowsTheProgressWhileItIsShown) {
-    EXPECT_EQ(item.toolTip(), idle);
-    view.disableCaptures();
-    view.updateProgress();
-    EXPECT_EQ(item.toolTip(), idle) << "it is not shown yet";
-    view.startProgress();
-    EXPECT_EQ(item.toolTip(), QStringLiteral("Capturing, frames: 1 (no Wi-Fi adapter)"));
-    progress = QStringLiteral("Capturing, frames: 2");
-    view.updateStatusItem();
-    EXPECT_EQ(item.toolTip(), QStringLiteral("Capturing, frames: 1 (no Wi-Fi adapter)"));
-    view.updateProgress();
-    EXPECT_EQ(item.toolTip(), QStringLiteral("Capturing, frames: 2 (no Wi-Fi adapter)"));
-    view.closeProgress();
-    EXPECT_EQ(item.toolTip(), idle);
-}
-
-TEST_F(TrayCaptureViewTest, ProgressThatComesAfterTheEndIsNotShown) {
-    view.disableCaptures();
-    view.enableCaptures();
-    view.startProgress();
-    view.updateProgress();
-    EXPECT_EQ(item.toolTip(), idle);
-}
-
 using AlertDialogsTest = AppFixture;
 
 TEST_F(AlertDialogsTest, AsksTheUser) {
@@ -154,63 +115,6 @@ TEST_F(AlertDialogsTest, QuestionsAreDeclinedOnceNobodyIsThere) {
     EXPECT_FALSE(answer.isFirstButton);
     EXPECT_FALSE(answer.isSuppressed);
     EXPECT_EQ(log.warnings().join(u'/'), QStringLiteral("What. Why."));
-}
-
-class TrayWithAdapter : public ::testing::Test {
-protected:
-    // With the adapter off the air or in its network, on no other channels than these.
-    void make(bool associated, std::optional<std::vector<CWChannel>> supported = {}) {
-        SimulatedOptions options;
-        options.transport = SimulatedTransport::Stream;
-        options.startAssociated = associated;
-        options.supportedChannels = std::move(supported);
-        wifi = makeSimulatedClient(options);
-        view = std::make_unique<TrayCaptureView>(item, *wifi);
-    }
-    QString toolTip() {
-        view->updateStatusItem();
-        return item.toolTip();
-    }
-    // The power and network commands that the menu offers.
-    QString offers() {
-        view->updateStatusMenu();
-        QStringList titles;
-        for (const QAction* action : item.menu()->actions()) {
-            if (action->isVisible() && (action->text().startsWith(QStringLiteral("Turn")) ||
-                                        action->text().startsWith(QStringLiteral("Dis")))) {
-                titles << action->text();
-            }
-        }
-        return titles.join(u'|');
-    }
-
-    std::unique_ptr<CWWiFiClient> wifi;
-    ui::StatusItem item;
-    std::unique_ptr<TrayCaptureView> view;
-};
-
-TEST_F(TrayWithAdapter, ToolTipShowsChannelAndWidth) {
-    make(false);
-    ASSERT_TRUE(wifi->interface().setWLANChannel({6, bandTwoDotFourGHz, width20MHz}));
-    EXPECT_EQ(toolTip(), QStringLiteral("Vantrel: 6 (20 MHz) (simulated)"));
-    ASSERT_TRUE(wifi->interface().setWLANChannel({100, bandFiveGHz, width160MHz}));
-    EXPECT_EQ(toolTip(), QStringLiteral("Vantrel: 100 (160 MHz) (simulated)"));
-    ASSERT_TRUE(wifi->interface().setPower(false));
-    EXPECT_EQ(toolTip(), QStringLiteral("Vantrel: Off (simulated)"));
-}
-
-TEST_F(TrayWithAdapter, ToolTipWithoutAChannelShowsNone) {
-    make(false, std::vector<CWChannel>{});
-    EXPECT_EQ(toolTip(), QStringLiteral("Vantrel (simulated)"));
-}
-
-TEST_F(TrayWithAdapter, MenuOffersWhatTheAdapterCanDo) {
-    make(true);
-    EXPECT_EQ(offers(), QStringLiteral("Disconnect from Vantrel Lab|Turn Wi-Fi Off"));
-    wifi->interface().disassociate();
-    EXPECT_EQ(offers(), QStringLiteral("Turn Wi-Fi Off"));
-    ASSERT_TRUE(wifi->interface().setPower(false));
-    EXPECT_EQ(offers(), QStringLiteral("Turn Wi-Fi On"));
 }
 
 } // namespace

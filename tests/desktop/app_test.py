@@ -1,6 +1,5 @@
-"""The application on a real desktop with the simulated radio: captures through its tray menu, one instance, and every
-way it may end."""
-import json
+"""The application on a real desktop with the simulated radio: each capture command from its tray menu to the file, the
+alerts on the way, and every way it may end."""
 import os
 import shutil
 import signal
@@ -8,21 +7,15 @@ import stat
 import subprocess
 import sys
 import tempfile
-import unittest
 from pathlib import Path
 
+import application
+from application import (CAPTURE, CAPTURE_ALL, CAPTURE_ALL_2, CAPTURE_ALL_5, DISCONNECT, IDLE, POLL_MS, AppTest, field,
+                         packets)
 from bus import wait_for
-from harness import Desktop, Unavailable
 
-PROGRAM = None  # the path of vantrel
-SKIPPED = 77
-ENOUGH_BYTES = 8 * 1024  # some beacons of each network on the channel
-POLL_MS = 50  # for files, which tell nobody that they grow
 NOBODY = 65534
 TUN = "/dev/net/tun"
-IDLE = "Vantrel: 36 (80 MHz) (simulated)"
-CAPTURES = ["Capture", "Capture All 2.4 GHz", "Capture All 5 GHz", "Capture All Channels"]
-DISCONNECT = "Disconnect from Vantrel Lab"
 # The networks that are heard on channel 36 at 80 MHz.
 HEARD_MHZ = {"5180", "5200", "5220", "5240"}
 TRANSPORTS = {"tap": "simulated radio: frames come through a TAP device\n",
@@ -32,125 +25,25 @@ FIRST_CAPTURE = ["Capture files are automatically saved to your desktop.",
                  "You can set a different default location by choosing Preferences from the app's menu."]
 CONNECTED = ["This operation cannot be done while connected to a network.",
              "Do you want to disconnect from Vantrel Lab? Vantrel will attempt to reconnect after the capture is done."]
-NO_PERMISSION = ["You don't have permission to capture on this device.",
-                 "Go to System Preferences > Users & Groups and make sure you are a member of the group 'access_bpf'. "
-                 "You will need to log out and then log back in after making any changes."]
-
-
-def field(path, name, display_filter):
-    """This field of the frames that the filter selects, as tshark reads the file."""
-    done = subprocess.run(["tshark", "-n", "-r", str(path), "-Y", display_filter, "-T", "fields", "-e", name],
-                          capture_output=True, text=True, timeout=60, check=True)
-    return done.stdout.split()
-
-
-def packets(path):
-    """How many frames the file holds; fails when its last record is torn."""
-    done = subprocess.run(["capinfos", "-r", "-m", "-M", "-c", "-E", "-T", str(path)], capture_output=True, text=True,
-                          timeout=60)
-    if done.returncode != 0 or "cut short" in done.stderr:
-        raise AssertionError(f"capinfos does not accept {path}: {done.stderr}")
-    _name, encapsulation, count = done.stdout.strip().split(",")
-    if encapsulation != "ieee-802-11-radiotap":
-        raise AssertionError(f"{path} holds {encapsulation}")
-    return int(count)
-
-
-class AppTest(unittest.TestCase):
-    @classmethod
-    def setUpClass(cls):
-        desktop = Desktop()
-        cls.desktop = desktop.__enter__()
-        cls.addClassCleanup(desktop.__exit__)
-        cls.captures = cls.desktop.temporary / f"vantrel-{os.getuid()}"
-
-    def setUp(self):
-        self.log_name = self.id().rpartition(".")[2]
-        shutil.rmtree(self.captures, ignore_errors=True)
-        self.store(FirstTimeCapture=0)  # its notice has a test of its own
-
-    def store(self, **settings):
-        """The settings that the program finds."""
-        folder = self.desktop.folder / "config/vantrel"
-        folder.mkdir(mode=0o700, exist_ok=True)
-        (folder / "settings.json").write_text(json.dumps(settings))
-
-    def stored(self):
-        return json.loads((self.desktop.folder / "config/vantrel/settings.json").read_text())
-
-    def start(self, **environment):
-        environment = {"VANTREL_RADIO": "simulated", "VANTREL_RADIO_TRANSPORT": "stream"} | environment
-        program = self.desktop.start([PROGRAM], log=self.log_name, **environment)
-        self.addCleanup(self.end, program)
-        return program
-
-    def end(self, program):
-        if program.poll() is None:
-            program.kill()
-            program.wait()
-
-    def log(self):
-        return self.desktop.log(self.log_name)
-
-    def files(self):
-        return sorted(self.captures.glob("*.pcap"))
-
-    def capture(self, item):
-        """Starts a capture and waits for frames in its file, which it returns."""
-        item.wait_for_entry("Capture")
-        known = set(self.files())
-        item.click("Capture")
-        return self.wait_for_capture(item, known)
-
-    def wait_for_capture(self, item, known=frozenset()):
-        """Waits for frames in a capture file other than these, which it returns."""
-        item.wait_for_entry("Stop Capture")
-
-        def grown():
-            new = set(self.files()) - known
-            return next((path for path in new if path.stat().st_size >= ENOUGH_BYTES), None)
-        return wait_for(grown, "frames in the capture file", poll_ms=POLL_MS)
-
-    def stop(self, item):
-        item.click("Stop Capture")
-        item.wait_for_entry("Capture")
-
-    def ends_in_order(self, program):
-        self.assertEqual(program.wait(15), 0, self.log())
-
-    def enabled(self, item):
-        return [entry.label for entry in item.entries() if entry.enabled and entry.visible and not entry.separator]
-
-    def picture(self, name):
-        """Of the screen, kept for a reader only when VANTREL_SCREENSHOTS names a folder."""
-        folder = Path(os.environ.get("VANTREL_SCREENSHOTS", self.desktop.folder))
-        return self.desktop.screenshot(folder / f"{name}.png").read_bytes()
 
 
 class Captures(AppTest):
     def test_capture_from_the_menu_to_the_file(self):
-        program = self.start()
-        item = self.desktop.wait_for_item(program)
-        item.wait_for_tool_tip(IDLE)
-        self.assertEqual(item.labels(), [*CAPTURES, "Stop Capture", "-", DISCONNECT, "Turn Wi-Fi Off", "-",
-                                         "Preferences…", "Quit"])
-        self.assertEqual(self.enabled(item), [*CAPTURES, DISCONNECT, "Turn Wi-Fi Off", "Quit"])
+        program, item = self.start_idle()
         idle = item.icon
         self.desktop.open_tray_menu()
         self.picture("menu-idle")
         self.desktop.close_menu()
 
         path = self.capture(item)
-        self.assertEqual(self.enabled(item), ["Stop Capture", DISCONNECT, "Turn Wi-Fi Off"])
+        self.assertEqual(self.desktop.panel(program)[0], "Capturing on Channel 36 (80 MHz)")
         self.assertNotEqual(item.icon, idle)
-        wait_for(lambda: item.tool_tip != IDLE, "the tool tip of a capture", poll_ms=POLL_MS)
-        self.assertRegex(item.tool_tip, r"^Capturing, frames: [1-9]\d* \(simulated\)$")
+        item.wait_for_tool_tip("Vantrel: 36 (80 MHz), capturing (simulated)")
         self.desktop.open_tray_menu()
         self.picture("menu-capturing")
         self.desktop.close_menu()
 
-        self.stop(item)
-        item.wait_for_entry("Quit")
+        self.stop(program, item)
         item.wait_for_tool_tip(IDLE)
         self.assertEqual(item.icon, idle)
         self.assertEqual(self.files(), [path])
@@ -162,8 +55,7 @@ class Captures(AppTest):
         self.assertEqual(set(channels), {"36"})
         self.assertLessEqual(set(field(path, "radiotap.channel.freq", "frame")), HEARD_MHZ)
 
-        item.click("Quit")
-        self.ends_in_order(program)
+        self.quit(program, item)
 
     def capture_over(self, transport):
         program = self.start(VANTREL_RADIO_TRANSPORT=transport)
@@ -174,10 +66,9 @@ class Captures(AppTest):
         item = self.desktop.wait_for_item(program)
         self.assertIn(TRANSPORTS[transport], self.log())
         path = self.capture(item)
-        self.stop(item)
+        self.stop(program, item)
         self.assertGreater(packets(path), 10)
-        item.click("Quit")
-        self.ends_in_order(program)
+        self.quit(program, item)
 
     def test_over_a_tap_device(self):
         self.capture_over("tap")
@@ -210,7 +101,7 @@ class Captures(AppTest):
         environment = {"PATH": os.environ["PATH"], "LC_ALL": "C.UTF-8", "TMPDIR": folder, "HOME": folder,
                        "VANTREL_RADIO": "simulated", "PYTHONDONTWRITEBYTECODE": "1"}
         demo = [sys.executable, Path(__file__).with_name("run_demo.py"), "--output", f"{folder}/out", "--", "/bin/sh",
-                "-c", 'exec "$1" 2>"$2"', "sh", PROGRAM, str(log)]
+                "-c", 'exec "$1" 2>"$2"', "sh", self.program, str(log)]
         done = subprocess.run([*as_nobody, *demo], env=environment, cwd=folder, capture_output=True, text=True,
                               timeout=90)
         self.assertEqual(done.returncode, 0, done.stdout + done.stderr)
@@ -228,23 +119,65 @@ class Captures(AppTest):
         program = self.start(VANTREL_RADIO="")
         item = self.desktop.wait_for_item(program)
         item.wait_for_tool_tip("Vantrel: Off (no Wi-Fi adapter)")
-        item.click("Capture")
-        self.assertEqual(self.desktop.alert(program), NO_PERMISSION)
-        self.picture("no-permission")
-        self.desktop.press(program, "OK")
-        self.assertEqual(self.enabled(item), [*CAPTURES, "Turn Wi-Fi On", "Quit"])
+        self.assertEqual(self.enabled(item), ["Turn Wi-Fi On", "Launch at Login", "Help", "About Vantrel", "Quit"])
+        self.quit(program, item)
+
+
+class Panel(AppTest):
+    def test_cancel_throws_the_capture_away(self):
+        program, item = self.start_idle()
+        self.capture(item)
+        title, texts = self.desktop.panel(program)
+        self.assertEqual(title, "Capturing on Channel 36 (80 MHz)")
+        self.assertRegex(texts[0], r"^Frames: \d+ \(\d+ (bytes|KB)\)$")
+        self.assertEqual(self.desktop.nameless(program), [])
+        self.picture("panel")
+        self.desktop.press_in_panel(program, "Cancel")
+        item.wait_for_entry("Quit")
         self.assertEqual(self.files(), [])
-        item.click("Quit")
-        self.ends_in_order(program)
+        self.quit(program, item)
+
+    def test_stop_by_its_key(self):
+        program, item = self.start_idle()
+        path = self.capture(item)
+        self.desktop.panel(program)
+        self.desktop.type_at_window(program, "Escape")  # which does nothing
+        self.desktop.type_at_window(program, "alt+s")
+        self.desktop.wait_for_no_window(program, "Capturing")
+        item.wait_for_entry("Quit")
+        self.assertEqual(self.files(), [path])
+
+    def test_limited_capture_shows_its_share_and_its_files(self):
+        self.store(LimitCaptureFile=1, LimitCaptureFileUnits=3, LimitCaptureFileValue=1000, MaxCaptureFiles=3)
+        program, item = self.start_idle()
+        self.capture(item)
+        _title, texts = self.desktop.panel(program)
+        self.assertRegex(texts[0], r"^File 1 out of 3, frames: \d+ \(\d+ (bytes|KB)\)$")
+        self.picture("panel-limited")
+        self.stop(program, item)
+
+    def test_limit_ends_the_capture(self):
+        self.store(LimitCaptureFile=1, LimitCaptureFileUnits=4, LimitCaptureFileValue=200, MaxCaptureFiles=2,
+                   RotateCaptureFiles=0)
+        program, item = self.start_idle()
+        home = self.desktop.folder / "home"
+        known = set(home.rglob("*.pcap"))
+        item.click(CAPTURE)
+
+        def ended():
+            return len(set(home.rglob("*.pcap")) - known) == 2 and item.entry("Quit").enabled
+        wait_for(ended, "both files and the end of the capture", poll_ms=POLL_MS)
+        self.assertEqual([packets(path) for path in set(home.rglob("*.pcap")) - known], [200, 200])
+        self.desktop.wait_for_no_window(program, "Capturing")
+        self.assertEqual(item.tool_tip, IDLE)
+        self.quit(program, item)
 
 
 class WiFi(AppTest):
     def test_capture_all_hops_and_comes_back(self):
-        self.store(FirstTimeCapture=0, DwellTime=100)
-        program = self.start()
-        item = self.desktop.wait_for_item(program)
-        item.wait_for_tool_tip(IDLE)
-        item.click("Capture All Channels")
+        self.store(DwellTime=100)
+        program, item = self.start_idle()
+        item.click(CAPTURE_ALL)
         self.assertEqual(self.desktop.alert(program)[:2], CONNECTED)
         self.picture("disconnect")
         self.desktop.press(program, "Disconnect")
@@ -255,34 +188,29 @@ class WiFi(AppTest):
         wait_for(lambda: heard() >= {"2412", "2437", "2462", "5180", "5745"}, "frames of both bands", poll_ms=500)
         with self.assertRaises(LookupError):
             item.entry(DISCONNECT)
-        self.stop(item)
+        self.stop(program, item)
         self.assertGreater(packets(path), 10)
         item.wait_for_entry(DISCONNECT)
         item.wait_for_tool_tip(IDLE)
-        item.click("Quit")
-        self.ends_in_order(program)
+        self.quit(program, item)
 
     def test_disconnect_alert_with_its_box(self):
-        program = self.start()
-        item = self.desktop.wait_for_item(program)
-        item.wait_for_tool_tip(IDLE)
-        item.click("Capture All 2.4 GHz")
+        program, item = self.start_idle()
+        item.click(CAPTURE_ALL_2)
         self.desktop.alert(program)
         self.desktop.tick(program, "Do not show this message again")
         self.desktop.press(program, "No")
         self.assertEqual(self.stored()["ShowDisconnectAlert"], 0)
         self.assertEqual(self.files(), [])
-        item.click("Capture All 2.4 GHz")  # not asked any more
+        item.click(CAPTURE_ALL_2)  # not asked any more
         path = self.wait_for_capture(item)
-        self.stop(item)
+        self.stop(program, item)
         self.assertLessEqual(set(field(path, "radiotap.channel.freq", "frame")),
                              {str(2407 + 5 * number) for number in range(1, 12)})
 
     def test_escape_declines_the_disconnection(self):
-        program = self.start()
-        item = self.desktop.wait_for_item(program)
-        item.wait_for_tool_tip(IDLE)
-        item.click("Capture All 5 GHz")
+        program, item = self.start_idle()
+        item.click(CAPTURE_ALL_5)
         self.desktop.alert(program)
         self.desktop.type_at_window(program, "Escape")
         self.desktop.wait_for_no_alert(program)
@@ -291,11 +219,9 @@ class WiFi(AppTest):
         self.assertEqual(self.files(), [])
 
     def test_first_capture_is_told_where_files_go(self):
-        self.store()
-        program = self.start()
-        item = self.desktop.wait_for_item(program)
-        item.wait_for_entry("Capture")
-        item.click("Capture")
+        self.store(FirstTimeCapture=1)
+        program, item = self.start_idle()
+        item.click(CAPTURE)
         self.assertEqual(self.desktop.alert(program), FIRST_CAPTURE)
         self.picture("first-capture")
         self.desktop.press(program, "Cancel")
@@ -303,9 +229,7 @@ class WiFi(AppTest):
         self.capture(item)
 
     def test_power_from_the_menu(self):
-        program = self.start()
-        item = self.desktop.wait_for_item(program)
-        item.wait_for_tool_tip(IDLE)
+        program, item = self.start_idle()
         item.click("Turn Wi-Fi Off")
         item.wait_for_tool_tip("Vantrel: Off (simulated)")
         item.wait_for_entry("Turn Wi-Fi On")
@@ -317,6 +241,28 @@ class WiFi(AppTest):
         item.wait_for_entry(DISCONNECT)
         item.click(DISCONNECT)
         wait_for(lambda: DISCONNECT not in item.labels(), "the command to go", poll_ms=POLL_MS)
+
+
+class OtherChannels(AppTest):
+    """Each remaining command from the menu to its file."""
+
+    def captured(self, *command):
+        program, item = self.start_idle()
+        item.click(DISCONNECT)
+        item.wait_for_no_entry(DISCONNECT)
+        path = self.capture(item, *command)
+        self.stop(program, item)
+        return set(field(path, "radiotap.channel.freq", "frame"))
+
+    def test_one_channel_of_2_4_ghz(self):
+        self.assertLessEqual(self.captured("Capture on 2.4 GHz Channel", "6"), {"2427", "2432", "2437", "2442", "2447"})
+
+    def test_one_channel_of_5_ghz(self):
+        self.assertEqual(self.captured("Capture on 5 GHz Channel", "149"), {"5745"})
+
+    def test_all_of_5_ghz(self):
+        self.store(DwellTime=100)
+        self.assertTrue(all(frequency.startswith("5") for frequency in self.captured(CAPTURE_ALL_5)))
 
 
 class Ends(AppTest):
@@ -338,8 +284,8 @@ class Ends(AppTest):
         self.capture_ended_by(signal.SIGHUP)
 
     def test_termination_while_an_alert_is_open(self):
-        program = self.start(VANTREL_RADIO="")
-        self.desktop.wait_for_item(program).click("Capture")
+        program, item = self.start_idle()
+        item.click(CAPTURE_ALL)
         self.desktop.alert(program)
         program.send_signal(signal.SIGTERM)
         self.ends_in_order(program)
@@ -354,64 +300,11 @@ class Ends(AppTest):
         program = self.start()
         item = self.desktop.wait_for_item(program)
         again = self.capture(item)
-        self.stop(item)
+        self.stop(program, item)
         self.assertNotEqual(again, path)
         self.assertEqual(self.files(), sorted([path, again]))
-        item.click("Quit")
-        self.ends_in_order(program)
-
-
-class Desktops(AppTest):
-    def test_second_start_shows_the_menu_of_the_first(self):
-        first = self.start()
-        item = self.desktop.wait_for_item(first)
-        second = self.start()
-        self.assertEqual(second.wait(15), 0, self.log())
-        self.desktop.wait_for_window(first)
-        self.picture("second-start")
-        self.desktop.close_menu(first)
-        item.click("Quit")
-        self.ends_in_order(first)
-
-    def test_item_comes_with_the_panel(self):
-        self.desktop.stop_panel()
-        program = self.start()
-        # It is there all the same, as a second start shows, and can be used from its menu.
-        self.assertEqual(self.second_start(program), 0)
-        self.desktop.wait_for_window(program)
-        self.desktop.type_at_menu("c", self.files, "a capture to start")
-        self.desktop.start_panel()
-        item = self.desktop.wait_for_item(program)
-        item.wait_for_entry("Stop Capture")
-        path, = self.files()
-        wait_for(lambda: path.stat().st_size >= ENOUGH_BYTES, "frames in the capture file", poll_ms=POLL_MS)
-        self.stop(item)
-        self.assertGreater(packets(path), 10)
-        item.click("Quit")
-        self.ends_in_order(program)
-
-    def second_start(self, first):
-        """Once the first holds the lock; its own item cannot be waited for here."""
-        socket = self.desktop.folder / "run/vantrel/instance.socket"
-        wait_for(lambda: socket.exists() or first.poll() is not None, "the first start", poll_ms=POLL_MS)
-        return self.start().wait(15)
-
-
-def main():
-    global PROGRAM
-    PROGRAM = str(Path(sys.argv.pop(1)).resolve())
-    missing = [tool for tool in ("tshark", "capinfos") if shutil.which(tool) is None]
-    if missing:
-        print(f"skipped: not installed: {' and '.join(missing)} (packages tshark, wireshark-common)")
-        return SKIPPED
-    try:
-        with Desktop(panel=False):
-            pass
-    except Unavailable as reason:
-        print(f"skipped: no desktop here: {reason}")
-        return SKIPPED
-    unittest.main(verbosity=2)
+        self.quit(program, item)
 
 
 if __name__ == "__main__":
-    sys.exit(main())
+    sys.exit(application.main(sys.modules[__name__]))

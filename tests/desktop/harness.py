@@ -21,15 +21,16 @@ from gi.repository import GLib
 
 import tray
 from bus import Bus, wait_for
-from windows import Windows
+from windows import PANEL, Windows
 
 # What each program comes with on Debian.
 PACKAGES = {"Xvfb": "xvfb", "dbus-daemon": "dbus", "openbox": "openbox", "dunst": "dunst",
-            "xfce4-panel": "xfce4-panel", "xdotool": "xdotool",
+            "xfce4-panel": "xfce4-panel", "xdotool": "xdotool", "xprop": "x11-utils", "xwininfo": "x11-utils",
             "import": "imagemagick", "display": "imagemagick", "convert": "imagemagick"}
 SCREEN = (1280, 800)
 BACKGROUND = "#5b7083"
-PANEL_HEIGHT = 28
+PANEL_HEIGHT = 28  # as the layout below has it
+TRAY_COLOURS = "_NET_SYSTEM_TRAY_COLORS"
 MARK = "VANTREL_TEST_DESKTOP"  # in the environment of whatever runs in the desktop; its value is the private folder
 START_SECONDS = 20.0
 STOP_SECONDS = 5.0
@@ -37,18 +38,18 @@ ICON_SIZE = 22
 POLL_MS = 100  # for what happens on the screen and reaches only X11 clients, which this is not
 SETTLE_ATTEMPTS = 20
 
-PANEL_LAYOUT = f"""<?xml version="1.0" encoding="UTF-8"?>
+PANEL_LAYOUT = """<?xml version="1.0" encoding="UTF-8"?>
 <channel name="xfce4-panel" version="1.0">
   <property name="configver" type="int" value="2"/>
   <property name="panels" type="array">
     <value type="int" value="1"/>
-    <property name="dark-mode" type="bool" value="false"/>
+    <property name="dark-mode" type="bool" value="{dark}"/>
     <property name="panel-1" type="empty">
       <property name="position" type="string" value="p=6;x=0;y=0"/>
       <property name="length" type="uint" value="100"/>
       <property name="position-locked" type="bool" value="true"/>
       <property name="icon-size" type="uint" value="22"/>
-      <property name="size" type="uint" value="{PANEL_HEIGHT}"/>
+      <property name="size" type="uint" value="28"/>
       <property name="plugin-ids" type="array">
         <value type="int" value="1"/>
         <value type="int" value="2"/>
@@ -80,10 +81,14 @@ def _die_with_parent():
 
 
 class Desktop:
-    """Starts with `with`. panel=False leaves the tray out until start_panel()."""
+    """Starts with `with`. panel=False leaves the tray out until start_panel(); dark gives the panel a dark theme; scale is
+    how many pixels of the screen, each way, stand for one."""
 
-    def __init__(self, panel=True):
+    def __init__(self, panel=True, dark=False, scale=1):
         self._with_panel = panel
+        self._dark = dark
+        self._scale = scale
+        self._screen = tuple(scale * pixels for pixels in SCREEN)
         self._children = []
         self._panel = None
         self._folder = None
@@ -148,6 +153,16 @@ class Desktop:
             wait_for(lambda: not self.bus.has_owner(tray.WATCHER), "the tray to go")
         self._panel = None
 
+    def announce_dark_tray(self):
+        """Has the tray ask for light items, as a panel of a dark theme does."""
+        for window in re.findall("0x[0-9a-f]{4,}", self._run(["xwininfo", "-root", "-tree"]).decode()):
+            announced = self._run(["xprop", "-id", window, TRAY_COLOURS], check=False)  # it may be gone
+            if b"=" in announced:
+                self._run(["xprop", "-id", window, "-f", TRAY_COLOURS, "32c", "-set", TRAY_COLOURS,
+                           ", ".join(12 * ["65535"])])
+                return
+        raise LookupError("no tray announces its colours")
+
     # Tray and windows
 
     def find_item(self, program):
@@ -185,6 +200,28 @@ class Desktop:
     def wait_for_no_alert(self, program):
         self.windows.wait_for_no_alert(_family(program.pid))
 
+    def panel(self, program):
+        """Waits for the progress panel of a capture; its title and its texts."""
+        window = self.windows.wait_for_window(_family(program.pid), PANEL)
+        return window.name, self.windows.texts_in(window)
+
+    def press_in_panel(self, program, button, timeout=15.0):
+        """Presses a button of the progress panel and waits until the panel is gone."""
+        family = _family(program.pid)
+        self.windows.press_in(self.windows.wait_for_window(family, PANEL, timeout), button)
+        self.windows.wait_for_no_window(family, PANEL, timeout)
+
+    def window(self, program, title):
+        """Waits for a window of the program whose title begins so; for the operations of windows.Windows."""
+        return self.windows.wait_for_window(_family(program.pid), title)
+
+    def wait_for_no_window(self, program, title):
+        self.windows.wait_for_no_window(_family(program.pid), title)
+
+    def nameless(self, program):
+        """The controls in the program's windows that have no name for a screen reader."""
+        return self.windows.nameless(_family(program.pid))
+
     # Pointer, keyboard and picture
 
     def xdotool(self, *arguments):
@@ -194,7 +231,7 @@ class Desktop:
         """Clicks the only tray icon, which stands at the right end of the panel, as soon as it is drawn."""
         panel = _family(self._panel.pid)
         wait_for(lambda: self._has_icon(panel), "the panel to draw the tray icon", poll_ms=POLL_MS)
-        self.xdotool("mousemove", SCREEN[0] - PANEL_HEIGHT // 2, PANEL_HEIGHT // 2, "click", button)
+        self.xdotool("mousemove", self._screen[0] - PANEL_HEIGHT // 2, PANEL_HEIGHT // 2, "click", button)
 
     def open_tray_menu(self):
         """Opens the menu that the panel draws for the only tray icon."""
@@ -223,9 +260,12 @@ class Desktop:
                  poll_ms=POLL_MS)
         self.xdotool("key", key)
 
+    def count_windows(self, program):
+        return len(self._windows_of(program))
+
     def wait_for_window(self, program, count=1):
         """Waits until the program shows so many windows, also such as AT-SPI does not list, like its menu."""
-        wait_for(lambda: len(self._windows_of(program)) >= count, f"{count} windows of the program", poll_ms=POLL_MS)
+        wait_for(lambda: self.count_windows(program) >= count, f"{count} windows of the program", poll_ms=POLL_MS)
 
     def screenshot(self, path):
         """The whole screen as a PNG file, once it has come to rest: painting tells nobody when it is done."""
@@ -241,6 +281,7 @@ class Desktop:
 
     def _has_icon(self, panel):
         extents = [self.windows.extents(node) for node in self.windows.nodes(panel)]
+        # GTK counts in pixels of its own scale.
         return any(x + width == SCREEN[0] and ICON_SIZE <= width < 3 * ICON_SIZE for x, _y, width, _height in extents)
 
     def _active_process(self):
@@ -276,15 +317,16 @@ class Desktop:
             self.env[name] = str(path)
         self.env |= {MARK: str(self._folder), "XDG_CURRENT_DESKTOP": "XFCE", "XDG_SESSION_TYPE": "x11",
                      "GDK_BACKEND": "x11", "QT_QPA_PLATFORM": "xcb", "QT_LINUX_ACCESSIBILITY_ALWAYS_ON": "1",
-                     "LC_ALL": "C.UTF-8", "NO_AT_BRIDGE": "0"}
+                     "LC_ALL": "C.UTF-8", "NO_AT_BRIDGE": "0",
+                     "GDK_SCALE": str(self._scale)}
         layout = self._folder / "config/xfce4/xfconf/xfce-perchannel-xml/xfce4-panel.xml"
         layout.parent.mkdir(parents=True)
-        layout.write_text(PANEL_LAYOUT)
+        layout.write_text(PANEL_LAYOUT.format(dark=str(self._dark).lower()))
 
     def _start_screen(self):
         read, write = os.pipe()
         try:
-            width, height = SCREEN
+            width, height = self._screen
             screen = self._start_child(["Xvfb", "-displayfd", str(write), "-screen", "0", f"{width}x{height}x24",
                                         "-nolisten", "tcp", "-noreset", "-wr"], "screen", pass_fds=(write,))
         finally:

@@ -23,6 +23,7 @@ CAPTURE_SECONDS = 60.0
 QUIT_SECONDS = 20.0
 # A file that grows is watched by its size: when the watch begins, neither it nor its folder may exist.
 POLL_MS = 100
+CAPTURE = "Capture on Current Channel"
 SHOWN_OF_CAPINFOS = ("File encapsulation", "Number of packets", "File size", "Capture duration")
 
 
@@ -95,17 +96,17 @@ def demonstrate(desktop, program, options):
         if "simulated radio:" in line:
             print(f"Simulated radio:{line.partition('simulated radio:')[2]}")
     print(f"The tray item is there: {item.tool_tip}")
-    item.wait_for_entry("Capture")
-    item.click("Capture")
+    item.wait_for_entry(CAPTURE)
+    item.click(CAPTURE)
     print(f"The first capture is told of its place: {desktop.alert(program)[0]}")
     desktop.press(program, "Start Capture")
-    item.wait_for_entry("Stop Capture")
+    item.wait_for_entry("Quit", enabled=False)
     wait_for_frames(desktop, program, options.watch)
     options.output.mkdir(parents=True, exist_ok=True)
     picture = options.output / "screenshot.png"
     take_screenshot(desktop, picture)
-    item.click("Stop Capture")
-    item.wait_for_entry("Capture")
+    desktop.press_in_panel(program, "Stop")
+    item.wait_for_entry(CAPTURE)
     source = capture_file(desktop, options.watch)
     if source is None:
         raise Failed("the capture file is gone after the capture")

@@ -77,9 +77,9 @@ class TrayItem:
     def activate(self, x, y):
         self._bus.call(self._service, self._path, ITEM, "Activate", "(ii)", x, y)
 
-    def entries(self):
-        """The menu from top to bottom."""
-        _revision, root = self._bus.call(self._service, self._menu, MENU, "GetLayout", "(iias)", 0, -1, [])
+    def entries(self, levels=-1):
+        """The menu from top to bottom, with its submenus or with so many levels of it."""
+        _revision, root = self._bus.call(self._service, self._menu, MENU, "GetLayout", "(iias)", 0, levels, [])
         return _entry(root).children
 
     def labels(self):
@@ -112,6 +112,20 @@ class TrayItem:
         with self._bus.listening(MENU):
             wait_for(as_wanted, f"the menu entry {' > '.join(labels)!r} to be {'en' if enabled else 'dis'}abled",
                      timeout)
+
+    def wait_for_no_entry(self, label, timeout=15.0):
+        """Waits until no entry of this label is visible."""
+        with self._bus.listening(MENU):
+            wait_for(lambda: label not in self.labels(), f"the menu entry {label!r} to go", timeout)
+
+    def wait_for_checked(self, *labels, checked=True, timeout=15.0):
+        with self._bus.listening(MENU):
+            wait_for(lambda: self.entry(*labels).checked == checked,
+                     f"the mark of {' > '.join(labels)!r} to be {checked}", timeout)
+
+    def checked(self, *labels):
+        """The labels of the entries with a mark in a submenu."""
+        return [entry.label for entry in self.entry(*labels).children if entry.checked]
 
     def wait_for_tool_tip(self, text, timeout=15.0):
         with self._bus.listening(ITEM):

@@ -1,12 +1,13 @@
-// A small program on the tray item and the alerts, for the desktop tests: "Capture" writes a capture file until "Stop
-// Capture", and lines on its standard input call up the windows. It prints what happens, one word a line.
+// A small program on the tray item, its menu and the alerts, for the desktop tests: the command to capture writes a
+// capture file until the order "stop"; other lines on its standard input call up the windows. It prints what happens,
+// one word a line.
 #include "ui/Alerts.h"
 #include "ui/StatusItem.h"
+#include "ui/StatusMenu.h"
 
 #include <QApplication>
 #include <QDir>
 #include <QFile>
-#include <QPalette>
 #include <QSocketNotifier>
 #include <QTimer>
 #include <cstdio>
@@ -15,6 +16,7 @@
 namespace {
 
 using vantrel::ui::StatusItem;
+using vantrel::ui::StatusMenu;
 
 void tell(const char* word) {
     std::puts(word);
@@ -66,61 +68,80 @@ private:
     std::uint32_t _records = 0;
 };
 
-void obey(StatusItem& item, const QByteArray& order) {
-    if (order == "alert") {
-        vantrel::ui::showCriticalAlertWithInfo(
-            QStringLiteral("Cannot <i>save</i> the capture."),
-            QStringLiteral("The folder \"/home/user/Captures & <b>more</b>\" does not exist any more. "
-                           "Choose another folder for capture files in the preferences."));
-        tell("alert-closed");
-    } else if (order == "beta") {
-        tell(vantrel::ui::showBetaNotice() ? "accepted" : "refused");
-    } else if (order == "folder") {
-        tell(vantrel::ui::askForFolder() ? "folder" : "no-folder");
-    } else if (order == "dark") {
-        QApplication::setPalette(QPalette(QColor(Qt::black)));
-    } else if (order == "menu") {
-        item.popUpMenu();
+class Probe {
+public:
+    Probe() {
+        vantrel::ui::MenuState state;
+        state.powerOn = true;
+        state.channel = {36, vantrel::bandFiveGHz, vantrel::width80MHz};
+        state.channelWidthMHz = 80;
+        _menu.updateStatusMenu(state);
+        _item.setTitle({.powerOn = true, .channelNumber = 36, .displayChannel = true});
+        _item.setNote(QStringLiteral("simulated"));
+        QObject::connect(&_item, &StatusItem::shown, &_item, [] { tell("shown"); });
+        QObject::connect(&_menu, &StatusMenu::captureRequested, &_menu, [this] { capture(); });
+        QObject::connect(&_menu, &StatusMenu::quitRequested, qApp, &QApplication::quit);
+        QObject::connect(&_orders, &QSocketNotifier::activated, &_item, [this] { readOrders(); });
     }
-}
 
-void readOrders(StatusItem& item, QSocketNotifier& notifier) {
-    char buffer[256];
-    const ssize_t length = ::read(STDIN_FILENO, buffer, sizeof buffer);
-    if (length <= 0) {
-        notifier.setEnabled(false);
-        return;
+private:
+    void capture() {
+        _capture.start();
+        _menu.disableCaptures();
+        _item.setCapturing(true);
+        tell("capture");
     }
-    for (const QByteArray& order : QByteArray(buffer, static_cast<qsizetype>(length)).split('\n')) {
-        // Outside the notifier's own slot, which a modal window would keep busy.
-        QTimer::singleShot(0, &item, [&item, order] { obey(item, order); });
+
+    void stop() {
+        _capture.stop();
+        _item.setCapturing(false);
+        _menu.enableCaptures();
+        tell("stop");
     }
-}
+
+    void obey(const QByteArray& order) {
+        if (order == "alert") {
+            vantrel::ui::showCriticalAlertWithInfo(
+                QStringLiteral("Cannot <i>save</i> the capture."),
+                QStringLiteral("The folder \"/home/user/Captures & <b>more</b>\" does not exist any more. "
+                               "Choose another folder for capture files in the preferences."));
+            tell("alert-closed");
+        } else if (order == "beta") {
+            tell(vantrel::ui::showBetaNotice() ? "accepted" : "refused");
+        } else if (order == "folder") {
+            tell(vantrel::ui::askForFolder() ? "folder" : "no-folder");
+        } else if (order == "menu") {
+            _item.popUpMenu();
+        } else if (order == "stop") {
+            stop();
+        }
+    }
+
+    void readOrders() {
+        char buffer[256];
+        const ssize_t length = ::read(STDIN_FILENO, buffer, sizeof buffer);
+        if (length <= 0) {
+            _orders.setEnabled(false);
+            return;
+        }
+        for (const QByteArray& order : QByteArray(buffer, static_cast<qsizetype>(length)).split('\n')) {
+            // Outside the notifier's own slot, which a modal window would keep busy.
+            QTimer::singleShot(0, &_item, [this, order] { obey(order); });
+        }
+    }
+
+    ProbeCapture _capture;
+    StatusMenu _menu;
+    StatusItem _item{*_menu.menu()};
+    QSocketNotifier _orders{STDIN_FILENO, QSocketNotifier::Read};
+};
 
 } // namespace
 
 int main(int argc, char** argv) {
     const QApplication application(argc, argv);
     QApplication::setQuitOnLastWindowClosed(false);
-    ProbeCapture capture;
-    StatusItem item;
-    item.setNote(QStringLiteral("simulated"));
-    QObject::connect(&item, &StatusItem::shown, &item, [] { tell("shown"); });
-    QObject::connect(&item, &StatusItem::captureRequested, &item, [&] {
-        capture.start();
-        item.setCapturesEnabled(false);
-        item.setCapturing(true);
-        tell("capture");
-    });
-    QObject::connect(&item, &StatusItem::stopRequested, &item, [&] {
-        capture.stop();
-        item.setCapturing(false);
-        item.setCapturesEnabled(true);
-        tell("stop");
-    });
-    QObject::connect(&item, &StatusItem::quitRequested, qApp, &QApplication::quit);
-    QSocketNotifier orders(STDIN_FILENO, QSocketNotifier::Read);
-    QObject::connect(&orders, &QSocketNotifier::activated, &item, [&] { readOrders(item, orders); });
+    const Probe probe;
     tell("ready");
     return QApplication::exec();
 }

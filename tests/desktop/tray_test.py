@@ -12,9 +12,13 @@ from watcher import Watcher
 
 PROGRAM = None  # the path of tray_probe
 SKIPPED = 77
-CAPTURES = ["Capture", "Capture All 2.4 GHz", "Capture All 5 GHz", "Capture All Channels"]
-LABELS = [*CAPTURES, "Stop Capture", "-", "Turn Wi-Fi Off", "-", "Preferences…", "Quit"]
-IDLE = [*CAPTURES, "Turn Wi-Fi Off", "Quit"]
+CAPTURE = "Capture on Current Channel"
+CAPTURES = [CAPTURE, "Capture All 2.4 GHz Channels", "Capture All 5 GHz Channels", "Capture All Channels",
+            "Capture Custom Channels…"]
+ALWAYS = ["Upload Last Capture", "Turn Wi-Fi Off", "Preferences…", "Launch at Login", "Help", "About Vantrel"]
+CHOICES = ["Channel", "Channel Width"]
+IDLE = [*CHOICES, *CAPTURES, *ALWAYS, "Quit"]  # the submenus are empty
+TOOL_TIP = "Vantrel: 36 (simulated)"
 MESSAGE = "Cannot <i>save</i> the capture."
 INFORMATION = ('The folder "/home/user/Captures & <b>more</b>" does not exist any more. '
                "Choose another folder for capture files in the preferences.")
@@ -57,7 +61,7 @@ class LateHost(DesktopTest):
         self.assertFalse(tray.has_host(self.desktop.bus))
         self.desktop.start_panel()
         item = self.desktop.wait_for_item(self.program)
-        self.assertEqual(item.labels(), LABELS)
+        self.assertIn(CAPTURE, item.labels())
 
     def test_item_waits_for_the_host_of_a_watcher(self):
         self.told("ready")
@@ -101,36 +105,36 @@ class WithHost(DesktopTest):
         self.desktop.stop_panel()
         self.desktop.start_panel()
         item = self.desktop.wait_for_item(self.program)
-        item.click("Capture")
+        item.click(CAPTURE)
         self.told("capture")
 
     def test_menu_over_dbus(self):
-        self.item.wait_for_tool_tip("Vantrel (simulated)")
+        self.item.wait_for_tool_tip(TOOL_TIP)
         self.assertEqual(self.enabled(), IDLE)
         idle = self.item.icon
         self.assertEqual([(width, height) for width, height, _ in idle], [(size, size) for size in (22, 24, 44, 48)])
 
-        self.item.click("Capture")
-        self.item.wait_for_entry("Stop Capture")
+        self.item.click(CAPTURE)
         self.item.wait_for_entry("Quit", enabled=False)
-        self.assertEqual(self.enabled(), ["Stop Capture", "Turn Wi-Fi Off"])
+        self.assertEqual(self.enabled(), [*CHOICES, *ALWAYS])
         self.assertNotEqual(self.item.icon, idle, "the picture shows the capture")
+        self.assertEqual(self.item.tool_tip, "Vantrel: 36, capturing (simulated)")
         with self.assertRaisesRegex(LookupError, "disabled"):
             self.item.click("Quit")
         captured = self.desktop.temporary / f"vantrel-{os.getuid()}" / "probe.pcap"
         # A file tells nobody that it grows.
         wait_for(lambda: captured.stat().st_size > 1000, "frames in the capture file", poll_ms=50)
 
-        self.item.click("Stop Capture")
-        self.item.wait_for_entry("Capture")
+        order(self.program, "stop")
         self.item.wait_for_entry("Quit")
         self.assertEqual(self.enabled(), IDLE)
         self.assertEqual(self.item.icon, idle)
         self.quit()
 
-    def test_picture_follows_a_dark_theme(self):
-        self.assertLess(brightness(self.item.icon), 128)
-        order(self.program, "dark")
+    def test_picture_follows_a_dark_tray(self):
+        with self.desktop.bus.listening(tray.ITEM):
+            wait_for(lambda: brightness(self.item.icon) < 128, "a dark picture")
+        self.desktop.announce_dark_tray()
         with self.desktop.bus.listening(tray.ITEM):
             wait_for(lambda: brightness(self.item.icon) >= 128, "a light picture")
 

@@ -15,7 +15,17 @@ SCREEN_COORDINATES = 0
 # Widgets appear without a signal that every toolkit sends, so the tree is read again in this interval.
 POLL_MS = 100
 
+PANEL = "Capturing on Channel "  # how the title of the progress panel begins; it is no alert, but has the same role
 ALERT_ROLES = ("alert", "alert message", "dialog", "file chooser")  # GTK and Qt name them differently
+
+
+# A state of AT-SPI, by its bit.
+STATE_SHOWING = 25
+
+BUTTONS = ("push button", "button", "push button menu", "button menu")
+# What a user acts on or reads a value from, by the name of its role.
+CONTROLS = (*BUTTONS, "check box", "radio button", "combo box", "text", "entry", "spin button", "slider",
+            "progress bar", "list", "table", "tree", "page tab", "menu item", "check menu item", "radio menu item")
 
 
 @dataclass(frozen=True)
@@ -48,23 +58,44 @@ class Windows:
         return [node.name for node in self._in_dialogs(pids) if node.role == "label" and node.name]
 
     def buttons(self, pids):
-        return [node.name for node in self._in_dialogs(pids) if node.role in ("push button", "button")]
+        return [node.name for node in self._in_dialogs(pids) if node.role in BUTTONS]
 
     def press(self, pids, name):
         """Presses the button of this name in an alert or dialog."""
-        for node in self._in_dialogs(pids):
-            if node.role in ("push button", "button") and node.name == name:
-                self._bus.call(node.service, node.path, ACTION, "DoAction", "(i)", 0)
-                return
-        raise LookupError(f"no button {name!r}; there are {self.buttons(pids)}")
+        self._act(self._in_dialogs(pids), BUTTONS, name)
 
     def tick(self, pids, name):
         """Toggles the check box of this name in an alert or dialog."""
-        for node in self._in_dialogs(pids):
-            if node.role == "check box" and node.name == name:
-                self._bus.call(node.service, node.path, ACTION, "DoAction", "(i)", 0)
-                return
-        raise LookupError(f"no check box {name!r} in the alerts")
+        self._act(self._in_dialogs(pids), ("check box",), name)
+
+    def window(self, pids, title):
+        """The window that shows and whose title begins so, or None."""
+        return next((window for window in self.windows(pids) if window.name.startswith(title) and self._shows(window)),
+                    None)
+
+    def wait_for_window(self, pids, title, timeout=15.0):
+        return wait_for(lambda: self.window(pids, title), f"the window {title!r}", timeout, POLL_MS)
+
+    def wait_for_no_window(self, pids, title, timeout=15.0):
+        wait_for(lambda: not self.window(pids, title), f"the window {title!r} to close", timeout, POLL_MS)
+
+    def title(self, window):
+        """As it is now."""
+        return self._bus.property(window.service, window.path, ACCESSIBLE, "Name")
+
+    def contents(self, window):
+        """The window and what shows in it."""
+        return [node for node in self._with_contents([window]) if self._shows(node)]
+
+    def texts_in(self, window):
+        return [node.name for node in self.contents(window) if node.role == "label" and node.name]
+
+    def press_in(self, window, name):
+        self._act(self.contents(window), BUTTONS, name)
+
+    def nameless(self, pids):
+        """The controls that show and that a screen reader could not tell by a name."""
+        return [node for node in self.nodes(pids) if node.role in CONTROLS and not node.name and self._shows(node)]
 
     def wait_for_alert(self, pids, timeout=15.0):
         """Waits for an alert and returns its texts."""
@@ -78,7 +109,22 @@ class Windows:
         return self._bus.call(node.service, node.path, COMPONENT, "GetExtents", "(u)", SCREEN_COORDINATES)[0]
 
     def _in_dialogs(self, pids):
-        return self._with_contents([window for window in self.windows(pids) if window.role in ALERT_ROLES])
+        return self._with_contents([window for window in self.windows(pids)
+                                    if window.role in ALERT_ROLES and not window.name.startswith(PANEL)])
+
+    def _act(self, nodes, roles, name):
+        known = [node for node in nodes if node.role in roles]
+        node = next((node for node in known if node.name == name), None)
+        if node is None:
+            raise LookupError(f"no {roles[0]} {name!r}; there are {[node.name for node in known]}")
+        self._bus.call(node.service, node.path, ACTION, "DoAction", "(i)", 0)
+
+    def _shows(self, node):
+        try:
+            low, _high = self._bus.call(node.service, node.path, ACCESSIBLE, "GetState")[0]
+        except GLib.Error:
+            return False
+        return bool(low >> STATE_SHOWING & 1)
 
     def _with_contents(self, rest):
         found = []

@@ -2,12 +2,13 @@
 #include <QApplication>
 #include <gmock/gmock.h>
 
-// Qt's D-Bus thread and GLib are not built for the thread sanitizer, which so misses how they order their own work. Our
-// code and the data that it shares stay watched.
+// Qt's threads (of D-Bus, and of pictures) and GLib are not built for the thread sanitizer, which so misses how they
+// order their own work. Our code and the data that it shares stay watched.
 extern "C" const char* __tsan_default_suppressions();
 extern "C" const char* __tsan_default_suppressions() {
     return "called_from_lib:libQt6Core.so.6\n"
            "called_from_lib:libQt6DBus.so.6\n"
+           "called_from_lib:libQt6Gui.so.6\n"
            "race:libglib-2.0.so.0\n";
 }
 

@@ -4,8 +4,12 @@
 // no decisions of its own.
 #pragma once
 
+#include "app/LinkLayerMenu.h"
+#include "app/ProgressDisplay.h"
 #include "app/SessionAdapters.h"
 #include "app/SleepGuard.h"
+#include "app/TrayCommands.h"
+#include "app/TrayDisplay.h"
 #include "base/MainQueue.h"
 #include "engine/CaptureSession.h"
 #include "engine/PacketQueue.h"
@@ -13,7 +17,9 @@
 #include "services/LoginItems.h"
 #include "services/SleepWatch.h"
 #include "settings/SettingsStore.h"
+#include "ui/MenuWindow.h"
 #include "ui/StatusItem.h"
+#include "ui/StatusMenu.h"
 #include "wifi/AdapterRestore.h"
 #include "wifi/Association.h"
 #include "wifi/CWWiFiClient.h"
@@ -65,7 +71,9 @@ public:
 
     [[nodiscard]] CaptureSession& session() { return *_session; }
     [[nodiscard]] SettingsStore& settings() { return _settings; }
+    [[nodiscard]] ui::StatusMenu* statusMenu() { return _statusMenu.get(); }
     [[nodiscard]] ui::StatusItem* statusItem() { return _statusItem.get(); }
+    [[nodiscard]] ProgressDisplay* progress() { return _progress.get(); }
     [[nodiscard]] SleepWatch& sleepWatch() { return *_sleepWatch; }
 
 Q_SIGNALS:
@@ -87,16 +95,14 @@ private:
     // Second stage.
     void createStatusItem();
     void takeDefaultInterface();
-    void chooseLinkLayerHeader();
+    void populateStatusMenu();
     void dropVanishedApplication();
 
     void run(std::span<const Step> stage);
     void makeHopping();
     void makeSession();
     void makeCommands();
-    void connectCommands();
     void watchSleep();
-    void chooseDataLink();
     void adapterChanged();
 
     void bssidDidChangeForWiFiInterfaceWithName(const QString& name) override;
@@ -112,11 +118,14 @@ private:
     CaptureFlags _flags;
     AdapterRestore _restore;
     QString _desktopFolder;
-    bool _offDuringChoice = false; // the adapter, when its link-layer header was chosen
-    QString _pcapApplication;      // path of its .desktop file; empty when none opens pcap files
+    QString _pcapApplication; // path of its .desktop file; empty when none opens pcap files
     std::unique_ptr<LoginItems> _loginItems;
     std::unique_ptr<PacketQueue> _packetQueue;
+    std::unique_ptr<ui::StatusMenu> _statusMenu;
     std::unique_ptr<ui::StatusItem> _statusItem;
+    std::unique_ptr<ui::MenuWindow> _menuWindow;
+    std::unique_ptr<TrayDisplay> _tray;
+    std::unique_ptr<ProgressDisplay> _progress;
     std::unique_ptr<TrayCaptureView> _view;
     AlertDialogs _dialogs;
     std::unique_ptr<HopLoop> _hopLoop;
@@ -126,6 +135,8 @@ private:
     std::unique_ptr<SessionStarter> _starter;
     std::unique_ptr<Association> _association;
     std::unique_ptr<CaptureCommands> _commands;
+    std::unique_ptr<LinkLayerMenu> _linkLayer;
+    std::unique_ptr<TrayCommands> _trayCommands;
     std::unique_ptr<SleepWatch> _sleepWatch;
     std::unique_ptr<SleepGuard> _sleepGuard;
 };

@@ -10,20 +10,14 @@
 namespace vantrel {
 
 class CaptureSession;
-class CWWiFiClient;
 class HopLoop;
+class ProgressDisplay;
+class TrayDisplay;
 
-namespace ui {
-class StatusItem;
-}
-
-// Shows the adapter and a capture in the tray item. Main thread; the item and the client are borrowed and outlive it.
+// Shows the adapter and a capture in the tray and in the progress panel. Main thread; both are borrowed and outlive it.
 class TrayCaptureView final : public CaptureView, public WiFiView {
 public:
-    TrayCaptureView(ui::StatusItem& item, CWWiFiClient& wifi) : _item(item), _wifi(wifi) {}
-
-    // Gives the text of a running capture, for the tool tip.
-    void setProgressText(std::function<QString()> text) { _progressText = std::move(text); }
+    TrayCaptureView(TrayDisplay& tray, ProgressDisplay& progress) : _tray(tray), _progress(progress) {}
 
     void enableCaptures() override;
     void disableCaptures() override;
@@ -34,13 +28,8 @@ public:
     void closeProgress() override;
 
 private:
-    [[nodiscard]] QString adapterText() const;
-
-    ui::StatusItem& _item; // borrowed
-    CWWiFiClient& _wifi;   // borrowed
-    std::function<QString()> _progressText;
-    bool _capturing = false;
-    bool _open = false; // the progress is shown
+    TrayDisplay& _tray;         // borrowed
+    ProgressDisplay& _progress; // borrowed
 };
 
 // Modal alerts, questions and choosers. Main thread.

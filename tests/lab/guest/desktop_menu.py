@@ -40,15 +40,15 @@ def capture(lab, desktop, program):
     texts = desktop.alert(program, SECONDS)
     check(CONNECTED in texts, f"the alert says {texts}")
     desktop.press(program, "Disconnect")
-    item.wait_for_entry("Stop Capture", timeout=SECONDS)
+    item.wait_for_entry("Quit", enabled=False, timeout=SECONDS)
     check(bssid_of(lab.adapter) == "" and monitors(), "the adapter is not in use")
 
     def heard():
         found = beacons(desktop.temporary.rglob("*.pcap"))
         return all(point.bssid in found for point in ACCESS_POINTS)
     wait_for(heard, "beacons of both access points", SECONDS, POLL_MS)
-    item.click("Stop Capture")
-    item.wait_for_entry("Capture", timeout=SECONDS)
+    desktop.press_in_panel(program, "Stop", SECONDS)
+    item.wait_for_entry("Quit", timeout=SECONDS)
     file, = desktop.temporary.rglob("*.pcap")
     check(whole(file) > 0, "the file is empty")
     lab.keep(file, {point.bssid: [point.frequency] for point in (LOWER, UPPER)})

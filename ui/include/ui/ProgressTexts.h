@@ -6,9 +6,6 @@
 
 namespace vantrel::ui {
 
-// "1023 bytes", "1 KB" (rounded down), "1.00 MB", in units of 1024; empty from 1 GiB on: there is no larger unit.
-[[nodiscard]] QString sizeText(std::uint64_t bytes);
-
 // The title of the panel's window.
 [[nodiscard]] QString windowTitle(long channelNumber, long channelWidthMHz);
 

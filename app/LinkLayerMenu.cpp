@@ -1,0 +1,36 @@
+#include "app/LinkLayerMenu.h"
+
+#include "engine/CaptureDevice.h"
+#include "engine/CaptureSession.h"
+#include "settings/SettingsKeys.h"
+#include "settings/SettingsStore.h"
+#include "ui/StatusMenu.h"
+#include "wifi/CWInterface.h"
+
+namespace vantrel {
+
+void LinkLayerMenu::populateLinkLayerHeaderSubmenu() {
+    _wasOff = !_around.airport.powerOn();
+    const auto offered = offeredDataLinks(_around.airport);
+    const int chosen = chooseDataLink(offered, _around.settings.integerForKey(keys::LinkLayerHeader));
+    std::vector<ui::LinkLayerHeader> headers;
+    headers.reserve(offered.size());
+    for (const DataLink& type : offered) {
+        headers.push_back({type.value, type.description});
+    }
+    _around.menu.populateLinkLayerHeaderSubmenu(headers, chosen);
+    _around.session.setDataLinkType(chosen);
+}
+
+void LinkLayerMenu::adapterChanged() {
+    if (_wasOff && _around.airport.powerOn() && _around.session.state() == CaptureSession::State::Idle) {
+        populateLinkLayerHeaderSubmenu();
+    }
+}
+
+void LinkLayerMenu::onLinkLayerHeader(int dlt) {
+    _around.session.setDataLinkType(dlt);
+    _around.settings.setInteger(keys::LinkLayerHeader, dlt);
+}
+
+} // namespace vantrel

@@ -1,0 +1,188 @@
+#!/usr/bin/python3
+"""Takes pictures of all that the application shows: menu, submenus, alerts and panels, light and dark, for usual and for
+dense screens.
+
+    screenshots.py --output FOLDER [--only light-1x] -- PROGRAM
+
+Status 0 when everything worked, 77 when this machine cannot show a desktop, 1 otherwise.
+"""
+import argparse
+import json
+import subprocess
+import sys
+from pathlib import Path
+
+from bus import TimedOut, wait_for
+from gi.repository import GLib
+from harness import BACKGROUND, PANEL_HEIGHT, Desktop, Unavailable
+
+LOOKS = {"light-1x": (False, 1), "light-2x": (False, 2), "dark-1x": (True, 1), "dark-2x": (True, 2)}
+MARGIN = 12  # pixels of the background that stay around a picture
+POLL_MS = 100
+CAPTURE = "Capture on Current Channel"
+# The key of each submenu in the menu that the application draws itself.
+SUBMENUS = {"channel": "n", "width": "w", "link-layer": "l", "capture-2.4": "2", "capture-5": "5", "upload": "u"}
+# What a desktop of dark windows keeps for its programs to read.
+DARK = """[Colors:Window]
+BackgroundNormal=42,46,50
+ForegroundNormal=252,252,252
+[Colors:View]
+BackgroundNormal=27,30,32
+BackgroundAlternate=35,38,41
+ForegroundNormal=252,252,252
+ForegroundLink=29,153,243
+ForegroundVisited=155,89,182
+[Colors:Button]
+BackgroundNormal=49,54,59
+ForegroundNormal=252,252,252
+[Colors:Selection]
+BackgroundNormal=61,174,233
+ForegroundNormal=252,252,252
+[Colors:Tooltip]
+BackgroundNormal=49,54,59
+ForegroundNormal=252,252,252
+"""
+
+
+class Session:
+    """The application in a desktop of one look."""
+
+    def __init__(self, desktop, options, name):
+        self.desktop = desktop
+        self.folder = options.output / name
+        self.folder.mkdir(parents=True, exist_ok=True)
+        dark, self.scale = LOOKS[name]
+        self.command = options.program
+        self.environment = {"VANTREL_RADIO": "simulated", "VANTREL_RADIO_TRANSPORT": "stream",
+                            "QT_SCALE_FACTOR": str(self.scale)}
+        if dark:
+            self.environment |= {"XDG_CURRENT_DESKTOP": "KDE", "KDE_FULL_SESSION": "true", "KDE_SESSION_VERSION": "5"}
+            (desktop.folder / "config/kdeglobals").write_text(DARK)
+
+    def start(self, **settings):
+        folder = self.desktop.folder / "config/vantrel"
+        folder.mkdir(mode=0o700, exist_ok=True)
+        (folder / "settings.json").write_text(json.dumps({"DisplayChannel": 1, "DisplayChannelWidth": 1} | settings))
+        program = self.desktop.start(self.command, **self.environment)
+        item = self.desktop.wait_for_item(program)
+        item.wait_for_entry("Disconnect from Vantrel Lab")
+        return program, item
+
+    def end(self, program):
+        program.terminate()
+        program.wait(20)
+
+    def take(self, name):
+        """Of what stands below the panel, without the empty background."""
+        path = self.desktop.screenshot(self.folder / f"{name}.png")
+        subprocess.run(["mogrify", "-chop", f"0x{self.scale * (PANEL_HEIGHT + 1)}", "-bordercolor", BACKGROUND, "-border", "1x1",
+                        "-fuzz", "1%", "-trim", "+repage", "-border", str(MARGIN), path], check=True, timeout=60)
+
+    def take_tray(self, name):
+        """Of the panel's menu with the tray."""
+        path = self.desktop.screenshot(self.folder / f"{name}.png")
+        subprocess.run(["mogrify", "-gravity", "NorthEast", "-crop", f"{340 * self.scale}x{630 * self.scale}+0+0",
+                        "+repage", path], check=True, timeout=60)
+
+
+def menus(session):
+    desktop = session.desktop
+    program, item = session.start()
+    desktop.open_tray_menu()
+    session.take_tray("tray-menu")
+    desktop.close_menu()
+    desktop.xdotool("mousemove", 40, 60)
+    second = desktop.start(session.command, **session.environment)
+    second.wait(20)
+    desktop.wait_for_window(program)
+    session.take("menu")
+    for name, key in SUBMENUS.items():
+        desktop.type_at_menu(key, lambda: desktop.count_windows(program) > 1, f"the submenu {name}")
+        session.take(f"menu-{name}")
+        desktop.xdotool("key", "Left")
+        wait_for(lambda: desktop.count_windows(program) == 1, f"the submenu {name} to close", poll_ms=POLL_MS)
+    desktop.close_menu(program)
+    item.click("Turn Wi-Fi Off")
+    item.wait_for_entry("Turn Wi-Fi On")
+    desktop.start(session.command, **session.environment).wait(20)
+    desktop.wait_for_window(program)
+    session.take("menu-off")
+    session.end(program)
+
+
+def alerts(session):
+    desktop = session.desktop
+    program, item = session.start(FirstTimeCapture=1)
+    item.click("Capture All Channels")
+    desktop.alert(program)
+    session.take("alert-disconnect")
+    desktop.press(program, "No")
+    item.click(CAPTURE)
+    desktop.alert(program)
+    session.take("alert-first-capture")
+    desktop.press(program, "Cancel")
+    item.click("Disconnect from Vantrel Lab")
+    item.wait_for_no_entry("Disconnect from Vantrel Lab")
+    item.click("Capture on 5 GHz Channel", "165")  # where nobody sends
+    item.wait_for_entry("Quit", enabled=False)
+    desktop.press_in_panel(program, "Stop")
+    desktop.alert(program)
+    session.take("alert-no-frames")
+    session.end(program)
+
+
+def panels(session):
+    desktop = session.desktop
+    for name, settings in {"panel": {}, "panel-limited": {"LimitCaptureFile": 1, "LimitCaptureFileUnits": 4,
+                                                          "LimitCaptureFileValue": 500, "MaxCaptureFiles": 3}}.items():
+        program, item = session.start(FirstTimeCapture=0, **settings)
+        item.click(CAPTURE)
+        wait_for(lambda: " KB" in desktop.panel(program)[1][0], "frames in the panel", poll_ms=POLL_MS)
+        session.take(name)
+        desktop.press_in_panel(program, "Cancel")
+        item.wait_for_entry("Quit")
+        session.end(program)
+
+
+def windows(session):
+    desktop = session.desktop
+    program, item = session.start()
+    item.click("About Vantrel")
+    desktop.window(program, "About Vantrel")
+    session.take("about")
+    session.end(program)
+    desktop.stop_panel()
+    program = desktop.start(session.command, **session.environment)
+    desktop.windows.wait_for_window([program.pid], "Vantrel", 25)
+    session.take("menu-window")
+    session.end(program)
+    desktop.start_panel()
+
+
+def main():
+    parser = argparse.ArgumentParser(description=__doc__.partition("\n")[0])
+    parser.add_argument("--output", type=Path, required=True, help="folder for the pictures")
+    parser.add_argument("--only", choices=LOOKS, help="one look instead of all")
+    parser.add_argument("program", nargs="+", help="the application and its arguments")
+    options = parser.parse_args()
+    options.program[0] = str(Path(options.program[0]).resolve())
+    for name in [options.only] if options.only else LOOKS:
+        dark, scale = LOOKS[name]
+        try:
+            with Desktop(dark=dark, scale=scale) as desktop:
+                try:
+                    session = Session(desktop, options, name)
+                    for part in (menus, alerts, panels, windows):
+                        part(session)
+                except (TimedOut, LookupError, OSError, RuntimeError, GLib.Error) as reason:
+                    print(f"This did not work ({name}): {reason}\n{desktop.log('program')}", file=sys.stderr)
+                    return 1
+        except Unavailable as reason:
+            print(f"No desktop can be shown here: {reason}")
+            return 77
+        print(f"{(options.output / name).resolve()}: {len(list((options.output / name).glob('*.png')))} pictures")
+    return 0
+
+
+if __name__ == "__main__":
+    sys.exit(main())
