@@ -43,7 +43,8 @@ def captured(desktop, program, item, load):
         item.click("About Vantrel")
         window = desktop.window(program, "About Vantrel")
     before, start = (frames_in(desktop.panel(program)), time.monotonic()) if load else (0, 0)
-    times = {"window, AT-SPI": measure(lambda: desktop.windows.title(window)), "menu, D-Bus": measure(lambda: item.entries(1))}
+    times = {"window, AT-SPI": measure(lambda: desktop.windows.title(window)),
+             "menu, D-Bus": measure(lambda: item.entries(1))}
     speed = (frames_in(desktop.panel(program)) - before) / (time.monotonic() - start) if load else 0
     if load:
         desktop.press_in_panel(program, "Cancel")
@@ -74,8 +75,8 @@ def section(build):
         times, speed = run(build, load)
         rows += [[what, f"{speed:,.0f}", f"{percentile(values, 0.5):.1f}", f"{percentile(values, 0.95):.1f}",
                   f"{max(values):.1f}", str(LIMIT_MS) if load else ""] for what, values in times.items()]
-    return [f"{ROUND_TRIPS} questions to the main thread each, {PAUSE * 1000:.0f} ms apart, at rest and while it captures: "
-            "the title of the progress panel (at rest, of the about panel), and the menu without its submenus. The limit "
-            "is for the 95th percentile.", "",
+    return [f"{ROUND_TRIPS} questions to the main thread each, {PAUSE * 1000:.0f} ms apart, at rest and while it "
+            "captures: the title of the progress panel (at rest, of the about panel), and the menu without its submenus. "
+            "The limit is for the 95th percentile.", "",
             *commands(["bench/run.py --build build/release --only responsiveness"]), "",
             *table(["asked", "frames a second", "median ms", "95 % ms", "longest ms", "limit"], rows)]

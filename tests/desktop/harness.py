@@ -81,8 +81,8 @@ def _die_with_parent():
 
 
 class Desktop:
-    """Starts with `with`. panel=False leaves the tray out until start_panel(); dark gives the panel a dark theme; scale is
-    how many pixels of the screen, each way, stand for one."""
+    """Starts with `with`. panel=False leaves the tray out until start_panel(); dark gives the panel a dark theme; scale
+    is how many pixels of the screen, each way, stand for one."""
 
     def __init__(self, panel=True, dark=False, scale=1):
         self._with_panel = panel

@@ -1,5 +1,5 @@
-"""The application's tray menu on a real desktop: what it shows in every state of the adapter, tuning, link-layer header,
-and the commands of the application."""
+"""The application's tray menu on a real desktop: what it shows in every state of the adapter, tuning, link-layer
+header, and the commands of the application."""
 import os
 import sys
 from pathlib import Path

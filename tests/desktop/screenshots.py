@@ -1,6 +1,6 @@
 #!/usr/bin/python3
-"""Takes pictures of all that the application shows: menu, submenus, alerts and panels, light and dark, for usual and for
-dense screens.
+"""Takes pictures of all that the application shows: menu, submenus, alerts and panels, light and dark, for usual and
+for dense screens.
 
     screenshots.py --output FOLDER [--only light-1x] -- PROGRAM
 
@@ -75,8 +75,8 @@ class Session:
     def take(self, name):
         """Of what stands below the panel, without the empty background."""
         path = self.desktop.screenshot(self.folder / f"{name}.png")
-        subprocess.run(["mogrify", "-chop", f"0x{self.scale * (PANEL_HEIGHT + 1)}", "-bordercolor", BACKGROUND, "-border", "1x1",
-                        "-fuzz", "1%", "-trim", "+repage", "-border", str(MARGIN), path], check=True, timeout=60)
+        subprocess.run(["mogrify", "-chop", f"0x{self.scale * (PANEL_HEIGHT + 1)}",
+                        "-bordercolor", BACKGROUND, "-border", "1x1", "-fuzz", "1%", "-trim", "+repage", "-border", str(MARGIN), path], check=True, timeout=60)
 
     def take_tray(self, name):
         """Of the panel's menu with the tray."""
