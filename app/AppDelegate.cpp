@@ -202,7 +202,9 @@ void AppDelegate::makeCommands() {
 
 void AppDelegate::watchSleep() {
     _sleepWatch = std::make_unique<SleepWatch>();
-    _sleepGuard = std::make_unique<SleepGuard>(*_sleepWatch, *_session, *_timers);
+    _sleepGuard = std::make_unique<SleepGuard>(*_session, *_timers, [this] { _sleepWatch->readyToSleep(); });
+    connect(_sleepWatch.get(), &SleepWatch::aboutToSleep, this, [this] { _sleepGuard->aboutToSleep(); });
+    connect(_sleepWatch.get(), &SleepWatch::wokeUp, this, [this] { _sleepGuard->wokeUp(); });
 }
 
 void AppDelegate::populateStatusMenu() {

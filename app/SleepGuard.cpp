@@ -3,6 +3,7 @@
 #include "engine/CaptureSession.h"
 
 #include <chrono>
+#include <utility>
 
 namespace vantrel {
 
@@ -16,20 +17,14 @@ constexpr auto adapterReturns = 2s;
 
 } // namespace
 
-SleepGuard::SleepGuard(SleepWatch& watch, CaptureSession& session, Timers& timers)
-    : _watch(watch),
-      _session(session),
-      _timers(timers) {
-    connect(&_watch, &SleepWatch::aboutToSleep, this, &SleepGuard::finishCapture);
-    connect(&_watch, &SleepWatch::wokeUp, this, [this] {
-        _poll.reset();
-        _settle.reset();
-    });
-}
+SleepGuard::SleepGuard(CaptureSession& session, Timers& timers, std::function<void()> readyToSleep)
+    : _session(session),
+      _timers(timers),
+      _readyToSleep(std::move(readyToSleep)) {}
 
-void SleepGuard::finishCapture() {
+void SleepGuard::aboutToSleep() {
     if (_session.state() == CaptureSession::State::Idle) {
-        _watch.readyToSleep();
+        _readyToSleep();
         return;
     }
     _session.userDidStop();
@@ -40,8 +35,11 @@ void SleepGuard::finishCapture() {
     });
 }
 
-void SleepGuard::waitForAdapter() {
-    _settle = _timers.after(adapterReturns, [this] { _watch.readyToSleep(); });
+void SleepGuard::waitForAdapter() { _settle = _timers.after(adapterReturns, _readyToSleep); }
+
+void SleepGuard::wokeUp() {
+    _poll.reset();
+    _settle.reset();
 }
 
 } // namespace vantrel

@@ -3,8 +3,8 @@
 // Any thread. The thread that replaces it tells the delegate what has changed.
 #pragma once
 
-#include "EventTeller.h"
 #include "protocol/Messages.h"
+#include "wifi/EventTeller.h"
 
 #include <mutex>
 

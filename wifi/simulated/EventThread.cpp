@@ -4,27 +4,6 @@
 
 namespace vantrel {
 
-namespace {
-
-void tell(CWEventDelegate& delegate, CWEventType type, const QString& name) {
-    switch (type) {
-    case CWEventType::PowerDidChange:
-        delegate.powerStateDidChangeForWiFiInterfaceWithName(name);
-        break;
-    case CWEventType::SSIDDidChange:
-        delegate.ssidDidChangeForWiFiInterfaceWithName(name);
-        break;
-    case CWEventType::BSSIDDidChange:
-        delegate.bssidDidChangeForWiFiInterfaceWithName(name);
-        break;
-    case CWEventType::ModeDidChange:
-        delegate.modeDidChangeForWiFiInterfaceWithName(name);
-        break;
-    }
-}
-
-} // namespace
-
 EventThread::EventThread(QString name) : _name(std::move(name)), _thread([this] { run(); }) {}
 
 EventThread::~EventThread() {
@@ -34,19 +13,6 @@ EventThread::~EventThread() {
     }
     _changed.notify_one();
     _thread.join();
-}
-
-void EventThread::setDelegate(CWEventDelegate* delegate) {
-    std::unique_lock lock(_mutex);
-    _delegate = delegate;
-    if (std::this_thread::get_id() != _thread.get_id()) {
-        _delivered.wait(lock, [this] { return !_delivering; });
-    }
-}
-
-void EventThread::monitor(CWEventType type) {
-    const std::lock_guard lock(_mutex);
-    _monitored.insert(type);
 }
 
 void EventThread::post(CWEventType type) {
@@ -91,16 +57,9 @@ void EventThread::run() {
 void EventThread::deliver(std::unique_lock<std::mutex>& lock) {
     const CWEventType type = _events.front();
     _events.pop_front();
-    CWEventDelegate* const delegate = _delegate;
-    if (delegate == nullptr || !_monitored.contains(type)) {
-        return;
-    }
-    _delivering = true;
     lock.unlock();
-    tell(*delegate, type, _name);
+    _teller.tell(type, _name);
     lock.lock();
-    _delivering = false;
-    _delivered.notify_all();
 }
 
 void EventThread::runTask(std::unique_lock<std::mutex>& lock) {

@@ -3,7 +3,7 @@
 // Independent of any event loop. The thread starts with the object and is joined by its destructor.
 #pragma once
 
-#include "wifi/CWWiFiClient.h"
+#include "wifi/EventTeller.h"
 
 #include <chrono>
 #include <condition_variable>
@@ -11,7 +11,6 @@
 #include <functional>
 #include <mutex>
 #include <optional>
-#include <set>
 #include <thread>
 
 namespace vantrel {
@@ -26,9 +25,9 @@ public:
     EventThread(const EventThread&) = delete;
     EventThread& operator=(const EventThread&) = delete;
 
-    // Any thread. Waits for a call to the former delegate to end, unless made from within it.
-    void setDelegate(CWEventDelegate* delegate);
-    void monitor(CWEventType type);
+    // As EventTeller has them.
+    void setDelegate(CWEventDelegate* delegate) { _teller.setDelegate(delegate); }
+    void monitor(CWEventType type) { _teller.monitor(type); }
 
     // Any thread; never waits. Events of types that are not monitored by the time they are delivered are dropped.
     void post(CWEventType type);
@@ -43,15 +42,12 @@ private:
     void runTask(std::unique_lock<std::mutex>& lock);
 
     const QString _name;
+    EventTeller _teller;
     std::mutex _mutex;
     std::condition_variable _changed;
-    std::condition_variable _delivered;
-    CWEventDelegate* _delegate = nullptr;       // guarded by _mutex; borrowed
-    std::set<CWEventType> _monitored;           // guarded by _mutex
     std::deque<CWEventType> _events;            // guarded by _mutex
     std::function<void()> _task;                // guarded by _mutex; empty when none is scheduled
     std::optional<Clock::time_point> _taskTime; // guarded by _mutex
-    bool _delivering = false;                   // guarded by _mutex: the delegate is being called, without the mutex
     bool _stopping = false;                     // guarded by _mutex
     std::thread _thread;                        // last: runs on the members above
 };

@@ -4,28 +4,28 @@
 #pragma once
 
 #include "engine/Timers.h"
-#include "services/SleepWatch.h"
 
-#include <QObject>
+#include <functional>
 #include <memory>
 
 namespace vantrel {
 
 class CaptureSession;
 
-class SleepGuard final : public QObject {
-    Q_OBJECT
-
+class SleepGuard {
 public:
-    SleepGuard(SleepWatch& watch, CaptureSession& session, Timers& timers);
+    // `readyToSleep` is called once for each aboutToSleep(), within it or later.
+    SleepGuard(CaptureSession& session, Timers& timers, std::function<void()> readyToSleep);
+
+    void aboutToSleep();
+    void wokeUp();
 
 private:
-    void finishCapture();
     void waitForAdapter();
 
-    SleepWatch& _watch;
     CaptureSession& _session;
     Timers& _timers;
+    std::function<void()> _readyToSleep;
     std::unique_ptr<Timers::Handle> _poll;   // until the capture is over
     std::unique_ptr<Timers::Handle> _settle; // then until the adapter is back
 };

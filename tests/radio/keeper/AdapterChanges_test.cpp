@@ -35,6 +35,16 @@ TEST_F(KeeperTest, WithoutAccessToTheSwitchTheLinkServes) {
     EXPECT_FALSE(isRecorded());
 }
 
+TEST_F(KeeperTest, OffRightAfterATuningIsTheUsersWishAllTheSame) {
+    control.managed = true;
+    start();
+    ASSERT_TRUE(keeper->setChannel(six));
+    takeCalls();
+    ASSERT_TRUE(keeper->setPower(false));
+    EXPECT_THAT(takeCalls(), ElementsAre("remove vantrel0", "wlan0 up", "managed", "block"));
+    EXPECT_FALSE(isRecorded()) << "off stays off when the application goes";
+}
+
 TEST_F(KeeperTest, TheMachinesSwitchIsStronger) {
     start();
     control.hardBlocked = true;

@@ -259,6 +259,27 @@ TEST_F(KeeperTest, StartedP2pDevicesAreStoppedForTheTime) {
     EXPECT_FALSE(isRecorded());
 }
 
+TEST_F(KeeperTest, AP2pDeviceThatWasNotStartedStaysSoWhateverElseIsOwed) {
+    control.p2p = {{8, false}};
+    control.up[ScriptedControl::stationIndex] = false; // so nothing else is owed
+    start();
+    ASSERT_TRUE(keeper->beginMonitor(false));
+    EXPECT_FALSE(isRecorded());
+    keeper->endMonitor();
+    keeper->giveBack();
+    EXPECT_FALSE(control.p2p[8]);
+}
+
+TEST_F(KeeperTest, ANetworkManagerThatDoesNotAnswerIsNotPassedOver) {
+    control.managed = true;
+    control.answersManaged = false;
+    start();
+    joinNetwork();
+    EXPECT_EQ(whyNot(keeper->disassociate()), QStringLiteral("no reply"));
+    EXPECT_THAT(control.calls, IsEmpty());
+    EXPECT_TRUE(control.associated);
+}
+
 TEST_F(KeeperTest, AP2pDeviceThatCannotBeStoppedIsNoCapture) {
     control.p2p = {{7, true}};
     control.refusals["stop p2p"] = QStringLiteral("Operation not permitted");

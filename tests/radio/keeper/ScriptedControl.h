@@ -27,7 +27,8 @@ public:
     bool associated = false;
     bool blocked = false;
     bool hardBlocked = false;
-    bool managed = false;              // by NetworkManager
+    bool managed = false; // by NetworkManager
+    bool answersManaged = true;
     std::map<std::uint64_t, bool> p2p; // its devices, and which are started
     std::optional<CWChannel> tuned;    // the monitor
     std::function<void()> beforeCall;
@@ -68,7 +69,12 @@ public:
     std::vector<std::uint64_t> p2pDevices(std::uint32_t) override;
     Expected<bool> stopP2pDevice(std::uint64_t device) override;
     Expected<void> startP2pDevice(std::uint64_t device) override;
-    bool isManaged(const QString&) override { return managed; }
+    Expected<bool> isManaged(const QString&) override {
+        if (!answersManaged) {
+            return failure(QStringLiteral("Get"), QStringLiteral("no reply"));
+        }
+        return managed;
+    }
     Expected<void> setManaged(const QString&, bool toBeManaged) override;
 
     void vanish(int index) {

@@ -54,12 +54,15 @@ Expected<void> AdapterKeeper::setAside() {
         return {};
     }
     const QString& name = _station->name;
-    const bool managed = _control.isManaged(name);
+    const auto managed = _control.isManaged(name);
+    if (!managed) {
+        return tl::unexpected(managed.error());
+    }
     Debts debts = _debts;
     debts.raiseLink |= _control.isLinkUp(_station->index).value_or(false);
-    debts.handBack |= managed;
+    debts.handBack |= *managed;
     auto done = owe(debts);
-    if (done && managed) {
+    if (done && *managed) {
         done = _control.setManaged(name, false);
     }
     if (done) {
@@ -80,8 +83,7 @@ Expected<void> AdapterKeeper::setAside() {
 // The kernel says only when one is stopped whether it was started, so each is owed until then.
 Expected<void> AdapterKeeper::quietP2pDevices() {
     for (const std::uint64_t device : _control.p2pDevices(_station->wiphy)) {
-        const Debts before = _debts;
-        Debts debts = before;
+        Debts debts = _debts;
         auto& owed = debts.p2pDevices;
         const bool isOwed = std::find(owed.begin(), owed.end(), device) != owed.end();
         if (!isOwed) {
@@ -95,7 +97,8 @@ Expected<void> AdapterKeeper::quietP2pDevices() {
             return tl::unexpected(stopped.error());
         }
         if (!*stopped && !isOwed) {
-            if (auto noted = owe(before); !noted) {
+            std::erase(_debts.p2pDevices, device);
+            if (auto noted = noteDebts(); !noted) {
                 return noted;
             }
         }
@@ -117,6 +120,8 @@ Expected<void> AdapterKeeper::owe(const Debts& debts) {
     return written;
 }
 
+Expected<void> AdapterKeeper::noteDebts() const { return _debts.any() ? _record.write(_debts) : _record.remove(); }
+
 Expected<void> AdapterKeeper::settle() {
     if (!_debts.any()) {
         return {};
@@ -132,7 +137,7 @@ Expected<void> AdapterKeeper::settle() {
     if (_debts.handBack) {
         pay(_debts.handBack, _control.setManaged(name, true), outcome);
     }
-    const auto noted = _debts.any() ? _record.write(_debts) : _record.remove();
+    const auto noted = noteDebts();
     const auto& failed = outcome ? noted : outcome;
     if (!failed && failed.error().text() != _lastFailure) {
         qCWarning(lcKeeper, "%s could not be put back yet: %s", qUtf8Printable(name),

@@ -92,6 +92,9 @@ Expected<void> AdapterKeeper::powerDown() {
     if (isOff()) {
         return {};
     }
+    if (isIdleAside() && !_apart) {
+        giveBack(); // only a tuning of a moment ago holds it
+    }
     if (!_aside && _monitorUsers == 0) {
         const auto blocked = _control.setBlocked(_station->wiphy, true);
         if (blocked) {

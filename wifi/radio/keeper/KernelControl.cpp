@@ -114,7 +114,7 @@ public:
         return _nl80211->startP2pDevice(device);
     }
 
-    bool isManaged(const QString& interfaceName) override { return _networkManager.isManaged(interfaceName); }
+    Expected<bool> isManaged(const QString& interfaceName) override { return _networkManager.isManaged(interfaceName); }
     Expected<void> setManaged(const QString& interfaceName, bool managed) override {
         return _networkManager.setManaged(interfaceName, managed);
     }

@@ -17,6 +17,7 @@ const QString service = QStringLiteral("org.freedesktop.NetworkManager");
 const QString root = QStringLiteral("/org/freedesktop/NetworkManager");
 const QString deviceInterface = QStringLiteral("org.freedesktop.NetworkManager.Device");
 const QString propertiesInterface = QStringLiteral("org.freedesktop.DBus.Properties");
+const QString unknownDevice = QStringLiteral("org.freedesktop.NetworkManager.UnknownDevice"); // the error's name
 const QString managedProperty = QStringLiteral("Managed");
 
 } // namespace
@@ -54,21 +55,22 @@ Expected<QString> NetworkManager::devicePath(const QString& interfaceName) const
     return path;
 }
 
-bool NetworkManager::isManaged(const QString& interfaceName) const {
+Expected<bool> NetworkManager::isManaged(const QString& interfaceName) const {
     if (!isRunning()) {
         return false;
     }
     const auto path = devicePath(interfaceName);
     if (!path) {
-        qCInfo(lcKeeper, "%s", qUtf8Printable(path.error().text()));
-        return false;
+        if (path.error().why.startsWith(unknownDevice)) {
+            return false;
+        }
+        return tl::unexpected(path.error());
     }
     auto message = QDBusMessage::createMethodCall(service, *path, propertiesInterface, QStringLiteral("Get"));
     message << deviceInterface << managedProperty;
     const auto reply = call(message);
     if (!reply) {
-        qCWarning(lcKeeper, "%s", qUtf8Printable(reply.error().text()));
-        return false;
+        return tl::unexpected(reply.error());
     }
     return reply->arguments().value(0).value<QDBusVariant>().variant().toBool();
 }

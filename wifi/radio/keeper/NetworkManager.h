@@ -16,7 +16,7 @@ public:
     NetworkManager();
 
     // Not where no NetworkManager runs, or where it does not know the device.
-    [[nodiscard]] bool isManaged(const QString& interfaceName) const;
+    [[nodiscard]] Expected<bool> isManaged(const QString& interfaceName) const;
     // What is asked of a NetworkManager that is not there is done.
     [[nodiscard]] Expected<void> setManaged(const QString& interfaceName, bool managed) const;
 

@@ -40,8 +40,9 @@ public:
     [[nodiscard]] virtual Expected<bool> stopP2pDevice(std::uint64_t device) = 0;
     [[nodiscard]] virtual Expected<void> startP2pDevice(std::uint64_t device) = 0;
 
-    // Whether NetworkManager configures the device; not where none runs, or where it does not know the device.
-    [[nodiscard]] virtual bool isManaged(const QString& interfaceName) = 0;
+    // Whether NetworkManager configures the device; not where none runs, or where it does not know the device. An error
+    // when it does not answer: to change a device behind its back would leave it with a wrong picture.
+    [[nodiscard]] virtual Expected<bool> isManaged(const QString& interfaceName) = 0;
     // Taken from it, the device leaves its network; handed back, it joins the preferred one. What is asked of a
     // NetworkManager that is not there is done.
     [[nodiscard]] virtual Expected<void> setManaged(const QString& interfaceName, bool managed) = 0;

@@ -72,6 +72,8 @@ private:
 
     // Writes the record before what it names is done.
     [[nodiscard]] Expected<void> owe(const Debts& debts);
+    // Makes the record say what is owed now.
+    [[nodiscard]] Expected<void> noteDebts() const;
     // Puts back what is owed; what cannot be put back stays owed.
     Expected<void> settle();
     [[nodiscard]] Expected<void> startP2pDevices();

@@ -1,4 +1,4 @@
-#include "EventTeller.h"
+#include "wifi/EventTeller.h"
 
 namespace vantrel {
 
