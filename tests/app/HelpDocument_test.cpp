@@ -44,10 +44,10 @@ TEST_F(HelpDocumentTest, LinksOnlyToWhatItHolds) {
     const auto document = unpackHelpDocument();
     ASSERT_TRUE(document);
     const QString html = textOf(*document);
-    const QStringList places = values(html, QStringLiteral("id"));
+    const QStringList listed = values(html, QStringLiteral("id"));
     for (const QString& link : values(html, QStringLiteral("href"))) {
         ASSERT_TRUE(link.startsWith(u'#')) << qPrintable(link);
-        EXPECT_TRUE(places.contains(link.mid(1))) << qPrintable(link);
+        EXPECT_TRUE(listed.contains(link.mid(1))) << qPrintable(link);
     }
 }
 

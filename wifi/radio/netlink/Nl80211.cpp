@@ -21,16 +21,16 @@ namespace {
 constexpr int dumpFlags = NLM_F_DUMP;
 constexpr int dumpAttempts = 5; // each is spoilt when a list changes while it is read
 
-struct Answer {
+struct CommandAnswer {
     std::uint8_t command;
     Bytes attributes;
 };
 
-std::optional<Answer> answerOf(Bytes payload) {
+std::optional<CommandAnswer> answerOf(Bytes payload) {
     if (payload.size() < GENL_HDRLEN) {
         return std::nullopt;
     }
-    return Answer{payload[0], payload.subspan(GENL_HDRLEN)}; // struct genlmsghdr begins with the command
+    return CommandAnswer{payload[0], payload.subspan(GENL_HDRLEN)}; // struct genlmsghdr begins with the command
 }
 
 // Reads a whole list; `clear` makes the reader forget a spoilt one.
