@@ -5,6 +5,7 @@
 #include <QDeadlineTimer>
 #include <algorithm>
 #include <array>
+#include <fcntl.h>
 #include <pcap/pcap.h>
 #include <poll.h>
 #include <sys/socket.h>
@@ -90,7 +91,12 @@ int CaptureDevice::activate() {
     pcap_set_promisc(_handle.get(), 1);
     pcap_set_timeout(_handle.get(), timeoutMilliseconds);
     pcap_set_buffer_size(_handle.get(), kernelBufferBytes);
-    return pcap_activate(_handle.get());
+    const int activated = pcap_activate(_handle.get());
+    // libpcap makes its socket to be inherited, and no program that is started while a capture runs may hear the air.
+    if (const int descriptor = pcap_fileno(_handle.get()); descriptor >= 0) {
+        ::fcntl(descriptor, F_SETFD, FD_CLOEXEC);
+    }
+    return activated;
 }
 
 int CaptureDevice::setDataLink(int dataLinkType) { return pcap_set_datalink(_handle.get(), dataLinkType); }

@@ -3,6 +3,7 @@
 #include "base/MainQueue.h"
 #include "engine/CaptureSession.h"
 #include "engine/PacketQueue.h"
+#include "settings/Defaults.h"
 #include "settings/SettingsKeys.h"
 #include "settings/SettingsStore.h"
 
@@ -16,7 +17,13 @@ constexpr std::chrono::seconds deliveryRetry{1};
 }
 
 void CaptureSession::didProcessPacketWithPcapHeader(const pcap_pkthdr& header, const std::uint8_t* data) {
-    if (!checkCapture() || !_captureFile) {
+    if (!checkCapture()) {
+        if (_deliveryTried) {
+            ++_framesNotWritten; // the full file cannot be delivered, and there is no other to write to
+        }
+        return;
+    }
+    if (!_captureFile) {
         return;
     }
     _captureFile->dumpWithHeader(header, data);
@@ -38,8 +45,7 @@ bool CaptureSession::checkCapture() {
     if (!isLimitReached()) {
         return true;
     }
-    if (isMultipleFileCapture() &&
-        (_around.settings.boolForKey(keys::RotateCaptureFiles) || _totalCaptureFiles < _maxCaptureFiles)) {
+    if (rotates() && (_around.settings.boolForKey(keys::RotateCaptureFiles) || _totalCaptureFiles < _maxCaptureFiles)) {
         return rotate();
     }
     _limitReached = true; // asked once: frames go on coming until the loop is broken
@@ -117,15 +123,19 @@ bool CaptureSession::isMultipleFileCapture() const {
            location != locations::MojoPackets && _maxCaptureFiles > 1;
 }
 
+// The settings may change while a capture runs; what was prepared for an upload or a save panel stays one file.
+bool CaptureSession::rotates() const { return isMultipleFileCapture() && !isSpecialLocation(_captureFileLocation); }
+
 bool CaptureSession::finalizeCaptureFile(bool reconnecting) {
     const bool isRetry = std::exchange(_deliveryTried, true);
     return _around.finalizer.finalizeCaptureFile({.file = *_captureFile,
                                                   .totals = _totals,
                                                   .location = _captureFileLocation,
                                                   .prefix = _captureFilePrefix,
-                                                  .isMultipleFileCapture = isMultipleFileCapture(),
+                                                  .isMultipleFileCapture = rotates(),
                                                   .maxCaptureFiles = _maxCaptureFiles,
                                                   .totalCaptureFiles = _totalCaptureFiles,
+                                                  .isCapturing = _around.flags.capturing,
                                                   .isRetry = isRetry,
                                                   .reconnecting = reconnecting});
 }

@@ -6,6 +6,7 @@
 #include "engine/CaptureDevice.h"
 #include "engine/PacketQueue.h"
 #include "engine/TemporaryFolder.h"
+#include "settings/Defaults.h"
 #include "settings/SettingsKeys.h"
 #include "settings/SettingsStore.h"
 #include "wifi/AdapterRestore.h"
@@ -26,12 +27,6 @@ using namespace std::chrono_literals;
 constexpr auto progressInterval = 100ms;
 constexpr auto panelDelay = 250ms;
 constexpr auto updateInterval = 1000ms;
-
-bool isSpecialLocation(const QString& location) {
-    return location == locations::AskForEachCapture || location == locations::CloudShark ||
-           location == locations::MojoPackets;
-}
-
 } // namespace
 
 CaptureSession::CaptureSession(const Surroundings& surroundings)
@@ -49,6 +44,11 @@ CaptureSession::~CaptureSession() {
 
 bool CaptureSession::prepareCapture() {
     // The tray menu stays usable while a folder is being chosen.
+    if (_state == State::Ending) {
+        // The save panel stands open, or a long file is on its way: the commands are enabled, so nobody may click in
+        // vain.
+        _around.dialogs.showCriticalAlertWithInfo(texts::stillSaving, texts::stillSavingInfo);
+    }
     if (_state != State::Idle || _preparing) {
         return false;
     }
@@ -74,6 +74,7 @@ bool CaptureSession::resolveLocation() {
     QString location = settings.stringForKey(keys::CaptureFilesLocation);
     if (!isSpecialLocation(location) && !QFileInfo::exists(location)) {
         location = _around.desktopFolder;
+        QDir().mkpath(location); // not every desktop makes it
         settings.setString(keys::CaptureFilesLocation, location);
     }
     if (location == locations::AskForEachCapture && isMultipleFileCapture()) {
@@ -119,6 +120,7 @@ bool CaptureSession::startCapture(CaptureMode mode) {
     _writeFailed = false;
     _limitReached = false;
     _framesDroppedByKernel = 0;
+    _framesNotWritten = 0;
     _captureThread = std::thread([this] { runCapture(); });
     return true;
 }
@@ -246,6 +248,9 @@ std::optional<CaptureSession::Alert> CaptureSession::keepCapture(bool reconnecti
         }
     }
     replaceCaptureFile(nullptr);
+    if (const std::uint64_t lost = _framesNotWritten; lost > 0) {
+        qCWarning(lcCapture, texts::framesNotWritten, static_cast<unsigned long>(lost));
+    }
     return alert;
 }
 
@@ -261,6 +266,7 @@ CaptureSession::Progress CaptureSession::progress() const {
     progress.totalCaptureFiles = _totalCaptureFiles;
     progress.maxCaptureFiles = _maxCaptureFiles;
     progress.framesDroppedByKernel = _framesDroppedByKernel;
+    progress.framesNotWritten = _framesNotWritten;
     const std::lock_guard lock(_fileMutex);
     progress.limits = _limits;
     if (_captureFile) {

@@ -31,6 +31,10 @@ inline constexpr QLatin1StringView writeFailed{"The capture was stopped because 
 inline constexpr QLatin1StringView writeFailedInfo{"%1: %2. The %3 frames written before that are kept."};
 inline constexpr QLatin1StringView noFolder{"There is no safe place to write the capture file."};
 
+inline constexpr QLatin1StringView stillSaving{"The last capture is still being saved."};
+inline constexpr QLatin1StringView stillSavingInfo{"Start the next one when it is saved."};
+inline constexpr char framesNotWritten[] = "%lu frames were lost while a full capture file could not be saved";
+
 inline constexpr QLatin1StringView prefix{"vantrel_%1"};
 inline constexpr QLatin1StringView prefixTime{"yyyy-MM-dd_hh.mm.ss.AP"}; // a 12-hour clock with its marker
 inline constexpr QLatin1StringView fileName{"%1.pcap"};

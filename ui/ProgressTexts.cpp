@@ -2,6 +2,8 @@
 
 #include "base/SizeText.h"
 
+#include <QStringList>
+
 namespace vantrel::ui {
 
 namespace {
@@ -10,6 +12,8 @@ constexpr QLatin1StringView singleFile{"Frames: %1 (%2)"};
 constexpr QLatin1StringView severalFiles{"File %1 out of %2, frames: %3 (%4)"};
 constexpr QLatin1StringView droppedFrame{"1 frame lost: it came faster than this computer could take it."};
 constexpr QLatin1StringView droppedFrames{"%1 frames lost: they came faster than this computer could take them."};
+constexpr QLatin1StringView unwrittenFrame{"1 frame lost: the full capture file cannot be saved."};
+constexpr QLatin1StringView unwrittenFrames{"%1 frames lost: the full capture file cannot be saved."};
 
 constexpr double indeterminate = -1;
 
@@ -28,11 +32,15 @@ QString messageText(std::uint64_t file, std::uint64_t files, std::uint64_t frame
     return severalFiles.arg(QString::number(file), QString::number(files), QString::number(frames), sizeText(bytes));
 }
 
-QString droppedFramesText(std::uint64_t frames) {
-    if (frames == 0) {
-        return {};
+QString droppedFramesText(std::uint64_t frames, std::uint64_t notWritten) {
+    QStringList lines;
+    if (frames > 0) {
+        lines << (frames == 1 ? QString(droppedFrame) : droppedFrames.arg(QString::number(frames)));
     }
-    return frames == 1 ? QString(droppedFrame) : droppedFrames.arg(QString::number(frames));
+    if (notWritten > 0) {
+        lines << (notWritten == 1 ? QString(unwrittenFrame) : unwrittenFrames.arg(QString::number(notWritten)));
+    }
+    return lines.join(u'\n');
 }
 
 double progressValue(const FileProgress& file) {

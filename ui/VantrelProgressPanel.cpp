@@ -1,13 +1,11 @@
 #include "ui/VantrelProgressPanel.h"
 
+#include "Presenting.h"
 #include "ui/ProgressTexts.h"
 #include "ui_VantrelProgressPanel.h"
 
 #include <QCloseEvent>
-#include <QCursor>
-#include <QGuiApplication>
 #include <QLoggingCategory>
-#include <QScreen>
 #include <QStyle>
 #include <algorithm>
 
@@ -72,24 +70,15 @@ void VantrelProgressPanel::setProgress(double progress) {
     }
 }
 
-void VantrelProgressPanel::setDroppedFrames(std::uint64_t frames) {
-    _nib->droppedFramesLabel->setText(droppedFramesText(frames));
-    _nib->droppedFramesLabel->setVisible(frames > 0);
-    _nib->droppedFramesIcon->setVisible(frames > 0);
+void VantrelProgressPanel::setDroppedFrames(std::uint64_t frames, std::uint64_t notWritten) {
+    _nib->droppedFramesLabel->setText(droppedFramesText(frames, notWritten));
+    _nib->droppedFramesLabel->setVisible(frames > 0 || notWritten > 0);
+    _nib->droppedFramesIcon->setVisible(frames > 0 || notWritten > 0);
 }
 
-void VantrelProgressPanel::center() {
-    const QScreen* at = QGuiApplication::screenAt(QCursor::pos());
-    const QRect free = (at != nullptr ? at : QGuiApplication::primaryScreen())->availableGeometry();
-    adjustSize();
-    move(free.center() - rect().center());
-}
+void VantrelProgressPanel::center() { ui::center(*this); }
 
-void VantrelProgressPanel::makeKeyAndOrderFront() {
-    show();
-    raise();
-    activateWindow();
-}
+void VantrelProgressPanel::makeKeyAndOrderFront() { ui::orderFront(*this); }
 
 void VantrelProgressPanel::orderOut() { hide(); }
 

@@ -83,4 +83,9 @@ bool isMojoPacketsConfigured(const SettingsStore& settings) {
     return bothFilled(settings, keys::MojoPacketsEmail, keys::MojoPacketsAPIKey);
 }
 
+bool isSpecialLocation(const QString& location) {
+    return location == locations::AskForEachCapture || location == locations::CloudShark ||
+           location == locations::MojoPackets;
+}
+
 } // namespace vantrel

@@ -5,9 +5,12 @@
 #include "simulated/TapDevice.h"
 #include "support/LogCapture.h"
 
+#include <QDir>
+#include <fcntl.h>
 #include <gtest/gtest.h>
 #include <pcap/pcap.h>
 #include <sys/socket.h>
+#include <sys/stat.h>
 
 namespace vantrel {
 namespace {
@@ -87,6 +90,31 @@ TEST_F(CaptureDeviceTest, AnActivationWarningIsNotSuccess) {
     const auto device = CaptureDevice::create(interface);
     ASSERT_TRUE(device);
     EXPECT_EQ(device->activate(), PCAP_WARNING_PROMISC_NOTSUP);
+}
+
+int inheritedSockets() {
+    int found = 0;
+    for (const QString& descriptor :
+         QDir(QStringLiteral("/proc/self/fd")).entryList(QDir::NoDotAndDotDot | QDir::System)) {
+        struct stat status {};
+        const int number = descriptor.toInt();
+        if (::fstat(number, &status) == 0 && S_ISSOCK(status.st_mode) &&
+            (static_cast<unsigned>(::fcntl(number, F_GETFD)) & FD_CLOEXEC) == 0) {
+            ++found;
+        }
+    }
+    return found;
+}
+
+TEST_F(CaptureDeviceTest, ProgramsStartedMeanwhileDoNotInheritTheDevice) {
+    interface.device = QStringLiteral("lo");
+    const int before = inheritedSockets();
+    const auto device = CaptureDevice::create(interface);
+    ASSERT_TRUE(device);
+    if (device->activate() < 0) {
+        GTEST_SKIP() << "opening a device needs CAP_NET_RAW";
+    }
+    EXPECT_EQ(inheritedSockets(), before);
 }
 
 class StreamMode final : public MonitorMode {

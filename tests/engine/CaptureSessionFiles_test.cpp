@@ -1,6 +1,7 @@
 // Limits, rotation, and writing that fails.
 #include "SessionLive.h"
 #include "SmallFileSystem.h"
+#include "support/LogCapture.h"
 
 #include <QDir>
 #include <QFile>
@@ -162,6 +163,7 @@ TEST_F(CaptureSessionFilesTest, AFailedDeliveryDropsTheFrameAndTheCaptureGoesOn)
     EXPECT_EQ(session->progress().frames, 1U);
     EXPECT_TRUE(QFile::exists(temporaryFile()));
     EXPECT_EQ(session->totalFrames(), 1U) << "counted once, however often it is tried";
+    EXPECT_EQ(session->progress().framesNotWritten, 2U);
     recorder.finalizing = true;
     // Real time: the next try comes a second after the one that failed.
     ASSERT_TRUE(runUntil([&] {
@@ -176,9 +178,23 @@ TEST_F(CaptureSessionFilesTest, AFailingDeliveryIsNotTriedAgainForEveryFrameAndN
     ASSERT_TRUE(start());
     send(200);
     ASSERT_TRUE(runUntil([&] { return recorder.attempts > 0; }));
+    const testing::LogCapture log;
     ASSERT_TRUE(stop());
+    EXPECT_EQ(session->progress().framesNotWritten, 199U);
+    EXPECT_EQ(log.warnings().filter(QStringLiteral("199 frames were lost while a full capture file")).size(), 1);
     EXPECT_LE(recorder.attempts, 3) << "one at the limit, perhaps one a second later, one at the end";
     EXPECT_TRUE(QFile::exists(temporaryFile())) << "what could not be delivered stays";
+}
+
+TEST_F(CaptureSessionFilesTest, WhatIsPreparedForAnUploadStaysOneFileWhateverTheSettingsBecome) {
+    limit(2, 4, 5);
+    settings.setString(keys::CaptureFilesLocation, locations::CloudShark);
+    ASSERT_TRUE(start());
+    settings.setString(keys::CaptureFilesLocation, folder.path());
+    ASSERT_TRUE(session->isMultipleFileCapture());
+    send(5);
+    ASSERT_TRUE(waitIdle());
+    EXPECT_EQ(recorder.finalized(), Counts{2});
 }
 
 TEST_F(CaptureSessionFilesTest, AWriteErrorAtARotationDeliversTheFileOnce) {

@@ -365,6 +365,8 @@ TEST_F(CaptureSessionTest, NoCaptureStartsBeforeTheLastOnesFileIsDelivered) {
     session->userDidStop();
     ASSERT_TRUE(waitIdle());
     EXPECT_FALSE(second) << "a save panel was open, and the file it saves would be lost";
+    EXPECT_EQ(alerts().join(u'/').toStdString(),
+              "alert: The last capture is still being saved. | Start the next one when it is saved.");
     EXPECT_TRUE(start());
 }
 

@@ -79,6 +79,7 @@ private:
     [[nodiscard]] bool isLimitReached() const;
     [[nodiscard]] bool rotate();
     [[nodiscard]] bool mayTryDelivery() const;
+    [[nodiscard]] bool rotates() const;
     [[nodiscard]] std::shared_ptr<VantrelCaptureFile> createCaptureFile();
     bool finalizeCaptureFile(bool reconnecting);
     void flushCaptureFile();
@@ -114,6 +115,7 @@ private:
     std::unique_ptr<CaptureDevice> _device; // replaced under _deviceMutex; used by the capture thread
     std::atomic<bool> _endRequested = false;
     std::atomic<std::uint64_t> _framesDroppedByKernel = 0;
+    std::atomic<std::uint64_t> _framesNotWritten = 0;
     std::uint64_t _framesLostHere = 0; // capture thread only: no memory for an operation
     std::int64_t _statisticsTime = 0;  // capture thread only: seconds of the frame that last asked for them
 

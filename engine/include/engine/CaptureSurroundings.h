@@ -60,6 +60,7 @@ struct FinishedCapture {
     bool isMultipleFileCapture = false;
     std::int64_t maxCaptureFiles = 1;
     std::int64_t totalCaptureFiles = 1;
+    bool isCapturing = false;  // false for the last file of a capture
     bool isRetry = false;      // tried before without success: its counts are in the totals
     bool reconnecting = false; // the adapter was just power-cycled, the network is not back yet
 };
@@ -98,6 +99,7 @@ struct CaptureProgress {
     std::int64_t maxCaptureFiles = 0;
     CaptureLimits limits;
     std::uint64_t framesDroppedByKernel = 0;
+    std::uint64_t framesNotWritten = 0; // while a full file could not be delivered
 };
 
 } // namespace vantrel

@@ -14,8 +14,9 @@ namespace vantrel::ui {
 // The message of a capture into several files; the counts of frames and bytes are the current file's.
 [[nodiscard]] QString messageText(std::uint64_t file, std::uint64_t files, std::uint64_t frames, std::uint64_t bytes);
 
-// What the panel says of frames that the kernel dropped because they came too fast; empty when there are none.
-[[nodiscard]] QString droppedFramesText(std::uint64_t frames);
+// What the panel says of frames that the kernel dropped because they came too fast, and of those that were not written
+// because the full file could not be moved away; a line each, none when there are none.
+[[nodiscard]] QString droppedFramesText(std::uint64_t frames, std::uint64_t notWritten = 0);
 
 // The current file and its limit.
 struct FileProgress {

@@ -58,8 +58,8 @@ public:
     // In percent. Below 0 there is no limit to show, and the indicator only moves; above 100 it is shown full.
     void setProgress(double progress);
     [[nodiscard]] double progress() const { return _progress; }
-    // A line about frames that the kernel dropped; none for 0.
-    void setDroppedFrames(std::uint64_t frames);
+    // A line about frames that the kernel dropped, and one about those that found no file; none for 0.
+    void setDroppedFrames(std::uint64_t frames, std::uint64_t notWritten = 0);
 
     // The window: in the middle of the screen where the pointer is; shown with the keyboard; taken away.
     void center();

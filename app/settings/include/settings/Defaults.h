@@ -22,4 +22,7 @@ void removeVanishedApplication(SettingsStore& settings);
 [[nodiscard]] bool isCloudSharkConfigured(const SettingsStore& settings);
 [[nodiscard]] bool isMojoPacketsConfigured(const SettingsStore& settings);
 
+// Whether a value of "CaptureFilesLocation" is one of the words that stand for no folder.
+[[nodiscard]] bool isSpecialLocation(const QString& location);
+
 } // namespace vantrel
