@@ -55,6 +55,61 @@ TEST(FileMover, MovesAcrossFileSystemsWholeAndPrivate) {
     EXPECT_EQ(status.st_mode & 0777U, 0600U);
 }
 
+// Another file system than the one of temporary folders, or a skipped test.
+class AcrossFileSystems : public ::testing::Test {
+protected:
+    void SetUp() override {
+        if (!there.isValid() || !onAnotherFileSystem(here.path(), there.path())) {
+            GTEST_SKIP() << "no second file system that can be written to";
+        }
+    }
+    [[nodiscard]] QStringList arrived() const { return QDir(there.path()).entryList(QDir::Files | QDir::Hidden); }
+
+    const QTemporaryDir here;
+    const QTemporaryDir there{QStringLiteral("/dev/shm/vantrel-XXXXXX")};
+    const QString from = write(here.filePath(QStringLiteral("a")), "content");
+    const QString to = there.filePath(QStringLiteral("b"));
+};
+
+TEST_F(AcrossFileSystems, ACopyHasNoNameUntilItIsWhole) {
+    FileMove move(from, there.path());
+    EXPECT_TRUE(move.needsCopy());
+    ASSERT_TRUE(move.copy());
+    EXPECT_TRUE(arrived().isEmpty()) << "whoever is killed now leaves something behind";
+    EXPECT_EQ(read(from), "content");
+    ASSERT_TRUE(move.finish(to));
+    EXPECT_EQ(read(to), "content");
+    EXPECT_FALSE(QFile::exists(from));
+}
+
+TEST_F(AcrossFileSystems, AFileOfThatNameIsReplaced) {
+    write(to, "old");
+    ASSERT_TRUE(moveFile(from, to));
+    EXPECT_EQ(read(to), "content");
+    EXPECT_EQ(arrived().size(), 1);
+}
+
+TEST_F(AcrossFileSystems, AFolderOfThatNameIsNot) {
+    ASSERT_TRUE(QDir().mkdir(to));
+    ASSERT_FALSE(moveFile(from, to));
+    EXPECT_EQ(read(from), "content");
+    EXPECT_TRUE(arrived().isEmpty());
+}
+
+TEST_F(AcrossFileSystems, AMoveThatIsGivenUpLeavesNothing) {
+    {
+        FileMove move(from, there.path());
+        ASSERT_TRUE(move.copy());
+    }
+    EXPECT_TRUE(arrived().isEmpty());
+    EXPECT_EQ(read(from), "content");
+}
+
+TEST(FileMover, WithinAFileSystemNothingIsCopied) {
+    const QTemporaryDir folder;
+    EXPECT_FALSE(FileMove(write(folder.filePath(QStringLiteral("a")), "content"), folder.path()).needsCopy());
+}
+
 TEST(FileMover, AnErrorNamesTheDestinationAndKeepsTheSource) {
     const QTemporaryDir folder;
     const QString from = write(folder.filePath(QStringLiteral("a")), "content");
