@@ -1,33 +1,14 @@
 #include "ui/Alerts.h"
 
+#include "Presenting.h"
+
 #include <QCheckBox>
 #include <QDir>
 #include <QFileDialog>
-#include <QLabel>
 #include <QMessageBox>
 #include <QPushButton>
 
 namespace vantrel::ui {
-
-namespace {
-void bringToFront(QWidget& window) {
-    window.setWindowModality(Qt::ApplicationModal);
-    window.show();
-    window.raise();
-    window.activateWindow();
-}
-
-void setTexts(QMessageBox& alert, const QString& messageText, const QString& informativeText) {
-    alert.setWindowTitle(QStringLiteral("Vantrel"));
-    alert.setText(messageText);
-    alert.setInformativeText(informativeText);
-    alert.setTextFormat(Qt::PlainText);
-    // The call above leaves the informative text to guess its format.
-    for (QLabel* label : alert.findChildren<QLabel*>()) {
-        label->setTextFormat(Qt::PlainText);
-    }
-}
-} // namespace
 
 void showCriticalAlertWithInfo(const QString& messageText, const QString& informativeText) {
     QMessageBox alert;
@@ -35,7 +16,7 @@ void showCriticalAlertWithInfo(const QString& messageText, const QString& inform
     setTexts(alert, messageText, informativeText);
     alert.setStandardButtons(QMessageBox::Ok);
     alert.setDefaultButton(QMessageBox::Ok);
-    bringToFront(alert);
+    orderFrontModally(alert);
     alert.exec();
 }
 
@@ -49,10 +30,9 @@ Answer ask(const Question& question) {
     alert.setEscapeButton(second);
     QCheckBox* suppression = nullptr;
     if (question.hasSuppression) {
-        suppression = new QCheckBox(QStringLiteral("Do not show this message again"));
-        alert.setCheckBox(suppression); // which becomes its owner
+        suppression = addSuppression(alert);
     }
-    bringToFront(alert);
+    orderFrontModally(alert);
     alert.exec();
     return {.isFirstButton = alert.clickedButton() == first,
             .isSuppressed = suppression != nullptr && suppression->isChecked()};
@@ -75,7 +55,7 @@ std::optional<QString> askForFolder() {
     panel.setOption(QFileDialog::ShowDirsOnly);
     panel.setDirectory(QDir::homePath());
     panel.setLabelText(QFileDialog::Accept, QStringLiteral("Select"));
-    bringToFront(panel);
+    orderFrontModally(panel);
     if (panel.exec() != QDialog::Accepted || panel.selectedFiles().isEmpty()) {
         return std::nullopt;
     }

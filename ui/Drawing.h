@@ -2,6 +2,7 @@
 #pragma once
 
 #include <QByteArray>
+#include <QIcon>
 #include <QString>
 
 namespace vantrel::ui {
@@ -11,5 +12,8 @@ namespace vantrel::ui {
 
 // The SVG text of the drawing with this name, without ".svg".
 [[nodiscard]] QByteArray drawing(const QString& name);
+
+// The drawing as an icon of the usual sizes, 16 to 256 pixels.
+[[nodiscard]] QIcon drawnIcon(const QString& name);
 
 } // namespace vantrel::ui

@@ -40,9 +40,9 @@ inline constexpr QStringView captureAll5GHz = u"Capture All 5 &GHz Channels";
 inline constexpr QStringView captureAll = u"Capture &All Channels";
 inline constexpr QStringView captureCustom = u"Capture Custo&m Channels…";
 
-inline constexpr QStringView upload = u"&Upload Last Capture";
-inline constexpr QStringView uploadToCloudShark = u"To &CloudShark";
-inline constexpr QStringView uploadToMojoPackets = u"To &Mojo Packets";
+inline constexpr QStringView upload = u"&Upload Capture";
+inline constexpr QStringView uploadToCloudShark = u"To &CloudShark…";
+inline constexpr QStringView uploadToMojoPackets = u"To &Mojo Packets…";
 inline constexpr QStringView configureServices = u"Configure &Services…";
 
 inline constexpr QStringView preferences = u"&Preferences…";

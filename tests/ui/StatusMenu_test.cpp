@@ -17,11 +17,11 @@ TEST(StatusMenu, HoldsItsGroupsInOrder) {
                             "Channel Width", "Link-Layer Header", "-", "Single Channel", "Capture on Current Channel",
                             "Capture on 2.4 GHz Channel", "Capture on 5 GHz Channel", "-", "Multiple Channels",
                             "Capture All 2.4 GHz Channels", "Capture All 5 GHz Channels", "Capture All Channels",
-                            "Capture Custom Channels…", "-", "Upload Last Capture", "-", "Disconnect from Lab",
+                            "Capture Custom Channels…", "-", "Upload Capture", "-", "Disconnect from Lab",
                             "Turn Wi-Fi Off", "-", "Preferences…", "Launch at Login", "-", "Help", "About Vantrel", "-",
                             "Quit"));
     EXPECT_THAT(visibleTitles(submenu(menu, outlets::uploadCaptureSubmenuMenuItem)),
-                ElementsAre("To CloudShark", "To Mojo Packets", "-", "Configure Services…"));
+                ElementsAre("To CloudShark…", "To Mojo Packets…", "-", "Configure Services…"));
     EXPECT_EQ(menu.menu()->objectName(), QStringLiteral("statusItemMenu"));
     EXPECT_EQ(menu.menu()->accessibleName(), QStringLiteral("Vantrel"));
 }

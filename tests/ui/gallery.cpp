@@ -1,20 +1,30 @@
-// Shows what the tray offers, with sample states: menu, submenus, progress panel and tray icons.
+// Shows what the tray offers, with sample states: menu, submenus, panels, alerts and tray icons.
 //
 //     gallery [--dark] --pictures FOLDER    writes a picture of each into the folder
 //     gallery [--dark]                      puts them on the screen and into the tray, until Quit
 #include "Glyph.h"
 #include "TrayColour.h"
+#include "settings/SettingsKeys.h"
+#include "settings/SettingsStore.h"
+#include "ui/DeliveryPanels.h"
 #include "ui/MenuOutlets.h"
+#include "ui/NotificationWindow.h"
 #include "ui/ProgressTexts.h"
 #include "ui/StatusMenu.h"
 #include "ui/VantrelProgressPanel.h"
+#include "ui/VantrelScriptPanel.h"
 
 #include <QAction>
 #include <QApplication>
 #include <QDir>
+#include <QFileDialog>
+#include <QMessageBox>
 #include <QPainter>
 #include <QPixmap>
+#include <QPlainTextEdit>
 #include <QSystemTrayIcon>
+#include <QTemporaryDir>
+#include <QTimer>
 #include <cstdio>
 #include <vector>
 
@@ -148,6 +158,96 @@ private:
     QDir _folder;
 };
 
+const QString sampleCapture = QStringLiteral("/home/user/Desktop/vantrel_2024-05-06_07.08.09.AM.pcap");
+const UserNotification sampleNotification{.title = QStringLiteral("Capture successfully uploaded to CloudShark"),
+                                          .subtitle = QStringLiteral("vantrel_2024-05-06_07.08.09.AM.pcap"),
+                                          .informativeText = QStringLiteral("123456 frames (78.90 MB)"),
+                                          .userInfo = {},
+                                          .otherButtonTitle = QStringLiteral("Dismiss")};
+
+// Scripts that run until they are stopped, and settings with them.
+class Sample {
+public:
+    Sample() {
+        QDir(_folder.path()).mkpath(deep);
+        for (const QString& name : {QStringLiteral("count frames.py"), deep + QStringLiteral("retries.py")}) {
+            QFile file(_folder.filePath(name));
+            if (file.open(QIODevice::WriteOnly)) {
+                file.write("import time; time.sleep(600)");
+                scripts << file.fileName();
+            }
+        }
+        settings.setStringArray(keys::ScriptList, scripts);
+    }
+
+private:
+    inline static const QString deep =
+        QStringLiteral("a folder with a long name/that holds another folder/for scripts/");
+    QTemporaryDir _folder;
+
+public:
+    QStringList scripts;
+    SettingsStore settings{_folder.filePath(QStringLiteral("settings.json"))};
+};
+
+void writeScriptPanel(Pictures& pictures) {
+    Sample sample;
+    const auto panel = VantrelScriptPanel::initWithWindowNibName(QStringLiteral("VantrelScriptPanel"), sampleCapture,
+                                                                 sample.settings, QStringLiteral("/usr/bin/python3"));
+    sample.settings.setString(keys::LastUsedScript, sample.scripts.last());
+    panel->showPanelWithTitle(QStringLiteral("Launch script for ") + sampleCapture);
+    panel->outputTextView()->setPlainText(
+        QStringLiteral("beacon      1024\nprobe-req     37\nprobe-resp   112\nauth           4\n"));
+    pictures.save(*panel, QStringLiteral("script-panel"));
+    panel->show();
+    panel->onRun();
+    QApplication::processEvents();
+    pictures.save(panel->grab(), QStringLiteral("script-panel-running"));
+    panel->onStop();
+    panel->didTerminateWithError(*panel->analyzer(),
+                                 QStringLiteral("Traceback (most recent call last):\n"
+                                                "  File \"/home/user/count frames.py\", line 3, in <module>\n"
+                                                "    import frames\n"
+                                                "ModuleNotFoundError: No module named 'frames'\n"));
+    for (QMessageBox* alert : panel->findChildren<QMessageBox*>()) {
+        pictures.save(*alert, QStringLiteral("script-failed"));
+    }
+    pictures.save(*panel, QStringLiteral("script-panel-failed"));
+    sample.settings.setStringArray(keys::ScriptList, {});
+    panel->populatePopUpButton();
+    panel->outputTextView()->clear();
+    pictures.save(*panel, QStringLiteral("script-panel-empty"));
+    panel->didTerminateWithOutput(*panel->analyzer(), {});
+    pictures.save(*panel->findChildren<QMessageBox*>().last(), QStringLiteral("script-no-output"));
+}
+
+// Takes a picture of each window that has come, and closes it.
+void takeWindows(Pictures& pictures, const QString& name) {
+    QApplication::processEvents();
+    for (QWidget* window : QApplication::topLevelWidgets()) {
+        if (window->isVisible() && qobject_cast<QDialog*>(window) != nullptr) {
+            pictures.save(window->grab(), name);
+            window->close();
+        }
+    }
+}
+
+void writeDeliveryPanels(Pictures& pictures) {
+    askForSavePath(QStringLiteral("vantrel_2024-05-06_07.08.09.AM.pcap"), [](const QString& /*path*/) {});
+    takeWindows(pictures, QStringLiteral("save-panel"));
+    askForCaptureToUpload(true, [](const UploadDialogs::FileToUpload& /*file*/) {});
+    takeWindows(pictures, QStringLiteral("upload-panel-tags"));
+    for (const bool offers : {false, true}) {
+        QTimer::singleShot(0, qApp, [&] {
+            takeWindows(pictures, offers ? QStringLiteral("upload-failed-save-as") : QStringLiteral("upload-failed"));
+        });
+        static_cast<void>(askAboutFailedUpload(QStringLiteral("Failed to upload capture to CloudShark."),
+                                               QStringLiteral("The connection timed out."), offers));
+    }
+    NotificationWindow::present(sampleNotification, [] {});
+    takeWindows(pictures, QStringLiteral("notification"));
+}
+
 void writePictures(const QString& folder) {
     Pictures pictures(folder);
     pictures.save(iconSheet(), QStringLiteral("icons"));
@@ -169,6 +269,8 @@ void writePictures(const QString& folder) {
     pictures.save(*panel, QStringLiteral("panel-dropped"));
     fill(*panel, false, 0);
     pictures.save(*panel, QStringLiteral("panel-unlimited"));
+    writeScriptPanel(pictures);
+    writeDeliveryPanels(pictures);
 }
 
 int showOnScreen() {
