@@ -28,6 +28,7 @@ AppDelegate::~AppDelegate() {
     // Closing the queue first releases a capture thread that waits for an alert; then the session can join it.
     _mainQueue.close();
     _session.reset();
+    _delivery.reset(); // an upload may wait for the adapter, which the association below knows
     if (shared == this) {
         shared = nullptr;
     }
@@ -52,11 +53,13 @@ std::span<const AppDelegate::Step> AppDelegate::firstStage() {
 }
 
 std::span<const AppDelegate::Step> AppDelegate::secondStage() {
-    static constexpr std::array<Step, 4> steps{{
+    static constexpr std::array<Step, 6> steps{{
         {"createStatusItem", &AppDelegate::createStatusItem},
         {"takeDefaultInterface", &AppDelegate::takeDefaultInterface},
         {"populateStatusMenu", &AppDelegate::populateStatusMenu},
+        {"takeNotifications", &AppDelegate::takeNotifications},
         {"dropVanishedApplication", &AppDelegate::dropVanishedApplication},
+        {"offerLeftovers", &AppDelegate::offerLeftovers},
     }};
     return steps;
 }
@@ -139,10 +142,24 @@ void AppDelegate::createStatusItem() {
 }
 
 void AppDelegate::takeDefaultInterface() {
+    makeDelivery();
     makeHopping();
     makeSession();
     makeCommands();
     watchSleep();
+}
+
+void AppDelegate::makeDelivery() {
+    _delivery = std::make_unique<Delivery>(
+        Delivery::Surroundings{.settings = _settings,
+                               .mainQueue = _mainQueue,
+                               .dialogs = _dialogs,
+                               .setUploadProgress = [this](int percent) { _tray->setUploadProgress(percent); },
+                               .lastCaptureTotals =
+                                   [this] {
+                                       return UploadOutcome::Totals{_session->totalFrames(), _session->totalBytes()};
+                                   },
+                               .waitToReconnect = [this] { _association->waitToReconnect(); }});
 }
 
 void AppDelegate::makeHopping() {
@@ -170,7 +187,7 @@ void AppDelegate::makeSession() {
                                                                              .view = *_view,
                                                                              .dialogs = _dialogs,
                                                                              .hopper = *_hopper,
-                                                                             .finalizer = _finalizer,
+                                                                             .finalizer = _delivery->finalizer(),
                                                                              .desktopFolder = _desktopFolder});
 }
 
@@ -178,7 +195,8 @@ void AppDelegate::makeCommands() {
     CWInterface& airport = _options.wifi->interface();
     _starter = std::make_unique<SessionStarter>(*_session);
     _association = std::make_unique<Association>(
-        Association::Surroundings{.settings = _settings, .airport = airport, .restore = _restore, .dialogs = _dialogs});
+        Association::Surroundings{.settings = _settings, .airport = airport, .restore = _restore, .dialogs = _dialogs},
+        [this](std::chrono::milliseconds time) { _delivery->sleepUntilEnd(time); });
     _commands = std::make_unique<CaptureCommands>(CaptureCommands::Surroundings{.settings = _settings,
                                                                                 .airport = airport,
                                                                                 .flags = _flags,
@@ -196,6 +214,7 @@ void AppDelegate::makeCommands() {
                                                                               .linkLayer = *_linkLayer,
                                                                               .loginItems = *_loginItems,
                                                                               .dialogs = _dialogs,
+                                                                              .uploads = *_delivery,
                                                                               .version = _options.version});
     connect(_trayCommands.get(), &TrayCommands::quitRequested, this, &AppDelegate::quitRequested);
 }
@@ -219,6 +238,10 @@ void AppDelegate::adapterChanged() {
     _tray->updateStatusItem();
     _tray->updateStatusMenu();
 }
+
+void AppDelegate::takeNotifications() { _delivery->takeNotifications(); }
+
+void AppDelegate::offerLeftovers() { _delivery->offerLeftovers(); }
 
 void AppDelegate::dropVanishedApplication() { removeVanishedApplication(_settings); }
 

@@ -68,7 +68,7 @@ void ProgressDisplay::refresh() {
                                                      static_cast<std::uint64_t>(progress.maxCaptureFiles),
                                                      progress.frames, progress.size)
                                    : ui::messageText(progress.frames, progress.size));
-    _progressPanel->setDroppedFrames(progress.framesDroppedByKernel);
+    _progressPanel->setDroppedFrames(progress.framesDroppedByKernel, progress.framesNotWritten);
 }
 
 void ProgressDisplay::closeProgress() {

@@ -2,7 +2,7 @@
 
 #include "app/ProgressDisplay.h"
 #include "app/TrayDisplay.h"
-#include "delivery/CaptureDelivery.h"
+#include "delivery/CaptureCompletion.h"
 #include "engine/CaptureSession.h"
 #include "engine/CaptureTotals.h"
 #include "ui/Alerts.h"
@@ -16,7 +16,7 @@
 namespace vantrel {
 
 namespace {
-Q_LOGGING_CATEGORY(lcDelivery, "vantrel.delivery")
+Q_LOGGING_CATEGORY(lcAlerts, "vantrel.alerts")
 }
 
 void TrayCaptureView::enableCaptures() {
@@ -39,13 +39,13 @@ void AlertDialogs::showCriticalAlertWithInfo(const QString& messageText, const Q
     if (_asking) {
         ui::showCriticalAlertWithInfo(messageText, informativeText);
     } else {
-        qCWarning(lcDelivery, "%s %s", qUtf8Printable(messageText), qUtf8Printable(informativeText));
+        qCWarning(lcAlerts, "%s %s", qUtf8Printable(messageText), qUtf8Printable(informativeText));
     }
 }
 
 WiFiDialogs::Answer AlertDialogs::ask(const Question& question) {
     if (!_asking) {
-        qCWarning(lcDelivery, "%s %s", qUtf8Printable(question.messageText), qUtf8Printable(question.informativeText));
+        qCWarning(lcAlerts, "%s %s", qUtf8Printable(question.messageText), qUtf8Printable(question.informativeText));
         return {};
     }
     const auto answer = ui::ask({.style = question.style == Style::Critical ? ui::Question::Style::Critical
@@ -78,18 +78,17 @@ bool DeliveringFinalizer::finalizeCaptureFile(const FinishedCapture& finished) {
     if (!finished.isRetry) {
         finished.totals.push(finished.file.frames(), static_cast<std::uint64_t>(QFileInfo(path).size()));
     }
-    const auto delivered = deliverCaptureFile({.path = path,
-                                               .location = finished.location,
-                                               .prefix = finished.prefix,
-                                               .isMultipleFileCapture = finished.isMultipleFileCapture,
-                                               .maxCaptureFiles = finished.maxCaptureFiles});
-    if (!delivered) {
-        qCWarning(lcDelivery, "%s stays where it is: %s", qUtf8Printable(path),
-                  qUtf8Printable(delivered.error().text()));
-        return false;
-    }
-    qCInfo(lcDelivery, "capture file: %s", qUtf8Printable(*delivered));
-    return true;
+    return _completion.finalizeCaptureFile({.path = path,
+                                            .location = finished.location,
+                                            .prefix = finished.prefix,
+                                            .isMultipleFileCapture = finished.isMultipleFileCapture,
+                                            .maxCaptureFiles = finished.maxCaptureFiles,
+                                            .totalCaptureFiles = finished.totalCaptureFiles,
+                                            .totalFrames = finished.totals.totalFrames(finished.maxCaptureFiles),
+                                            .totalBytes = finished.totals.totalBytes(finished.maxCaptureFiles),
+                                            .isCapturing = finished.isCapturing,
+                                            .isRetry = finished.isRetry,
+                                            .reconnecting = finished.reconnecting});
 }
 
 } // namespace vantrel

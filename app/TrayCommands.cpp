@@ -21,7 +21,6 @@ Q_LOGGING_CATEGORY(lcMenu, "vantrel.menu")
 
 const QString noPreferences = QStringLiteral("The preferences window is not part of this version.");
 const QString noCustomChannels = QStringLiteral("Choosing channels by hand is not part of this version.");
-const QString noUploads = QStringLiteral("Uploading captures is not part of this version.");
 
 const QString noLaunchAtLogin = QStringLiteral("Launch at login could not be changed.");
 const QString noHelp = QStringLiteral("The help could not be opened.");
@@ -81,14 +80,9 @@ void TrayCommands::connectWindows() {
 
 void TrayCommands::connectUploads() {
     using Menu = ui::StatusMenu;
-    if (_around.uploads == nullptr) {
-        _around.menu.setUnavailable(ui::outlets::uploadToCloudSharkMenuItem, noUploads);
-        _around.menu.setUnavailable(ui::outlets::uploadToMojoPacketsMenuItem, noUploads);
-        return;
-    }
-    connect(&_around.menu, &Menu::uploadToCloudSharkRequested, this, [this] { _around.uploads->uploadToCloudShark(); });
+    connect(&_around.menu, &Menu::uploadToCloudSharkRequested, this, [this] { _around.uploads.uploadToCloudShark(); });
     connect(&_around.menu, &Menu::uploadToMojoPacketsRequested, this,
-            [this] { _around.uploads->uploadToMojoPackets(); });
+            [this] { _around.uploads.uploadToMojoPackets(); });
 }
 
 void TrayCommands::connectApplication() {

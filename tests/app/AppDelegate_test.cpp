@@ -33,7 +33,8 @@ TEST_F(AppDelegateTest, StepsOfTheStartUpStandInTheirOrder) {
                              "registerDefaultValues repairAfterCaptureActions observeLoginItems monitorWiFiEvents "
                              "showBetaNotice sendTrackingReport"));
     EXPECT_EQ(namesOf(AppDelegate::secondStage()),
-              QStringLiteral("createStatusItem takeDefaultInterface populateStatusMenu dropVanishedApplication"));
+              QStringLiteral("createStatusItem takeDefaultInterface populateStatusMenu takeNotifications "
+                             "dropVanishedApplication offerLeftovers"));
 }
 
 TEST_F(AppDelegateTest, SharedInstanceIsThereFromTheFirstStepUntilTheEnd) {

@@ -20,7 +20,7 @@ struct Place {
 constexpr std::array places{
     Place{"HOME", "home"},          Place{"XDG_CONFIG_HOME", "config"}, Place{"XDG_CACHE_HOME", "cache"},
     Place{"XDG_DATA_HOME", "data"}, Place{"XDG_STATE_HOME", "state"},   Place{"XDG_RUNTIME_DIR", "run"},
-    Place{"TMPDIR", "tmp"}};
+    Place{"TMPDIR", "tmp"},         Place{"XDG_DATA_DIRS", "datadirs"}};
 
 QString eventName(CWEventType type) { return QStringLiteral("monitor %1").arg(static_cast<int>(type)); }
 
@@ -69,6 +69,11 @@ AppFixture::AppFixture() {
         qputenv(variable, QFile::encodeName(place));
     }
     QDir().mkpath(path(QStringLiteral("home/Desktop")));
+    // Nothing is shown on the desktop of whoever runs the tests.
+    _environmentBefore.emplace_back("DBUS_SESSION_BUS_ADDRESS", qEnvironmentVariableIsSet("DBUS_SESSION_BUS_ADDRESS")
+                                                                    ? std::optional(qgetenv("DBUS_SESSION_BUS_ADDRESS"))
+                                                                    : std::nullopt);
+    qputenv("DBUS_SESSION_BUS_ADDRESS", "disabled:");
 }
 
 AppFixture::~AppFixture() {
@@ -129,14 +134,18 @@ bool AppFixture::waitIdle() {
     return runUntil([this] { return app->session().state() == CaptureSession::State::Idle; });
 }
 
-QStringList AppFixture::temporaryFiles() const {
-    const QDir folder(path(QStringLiteral("tmp/vantrel-%1").arg(::geteuid())));
+QStringList AppFixture::filesIn(const QString& name) const {
+    const QDir folder(path(name));
     QStringList files;
-    for (const QString& name : folder.entryList(QDir::Files | QDir::Hidden)) {
-        files << folder.filePath(name);
+    for (const QString& file : folder.entryList(QDir::Files)) {
+        files << folder.filePath(file);
     }
     return files;
 }
+
+QStringList AppFixture::temporaryFiles() const { return filesIn(QStringLiteral("tmp/vantrel-%1").arg(::geteuid())); }
+
+QStringList AppFixture::savedFiles() const { return filesIn(QStringLiteral("home/Desktop")); }
 
 void AppFixture::answerAlert(const QString& button, bool ticksBox) {
     QTimer::singleShot(5, app.get(), [this, button, ticksBox] {

@@ -70,6 +70,8 @@ protected:
     [[nodiscard]] bool waitIdle();
     // The capture files in the temporary folder.
     [[nodiscard]] QStringList temporaryFiles() const;
+    // Those that were delivered to the Desktop folder.
+    [[nodiscard]] QStringList savedFiles() const;
 
     // Presses this button of the next alert, should one come, after its check box if wanted, and writes down its texts.
     void answerAlert(const QString& button, bool ticksBox = false);
@@ -82,6 +84,8 @@ protected:
     std::unique_ptr<AppDelegate> app;
 
 private:
+    [[nodiscard]] QStringList filesIn(const QString& name) const;
+
     QTemporaryDir _folder;
     std::vector<std::pair<QByteArray, std::optional<QByteArray>>> _environmentBefore;
 };

@@ -45,7 +45,8 @@ protected:
     }
 
     void expectOneWholeFile() {
-        const QStringList files = temporaryFiles();
+        EXPECT_TRUE(temporaryFiles().isEmpty());
+        const QStringList files = savedFiles();
         ASSERT_EQ(files.size(), 1) << qPrintable(files.join(u'\n'));
         const ReadCapture read = readCapture(files.first());
         EXPECT_TRUE(read.isWhole);
@@ -68,7 +69,7 @@ protected:
     }
 };
 
-TEST_P(CapturesOver, FramesReachAFileThatStaysInTheTemporaryFolder) {
+TEST_P(CapturesOver, FramesReachAFileInTheFolder) {
     ASSERT_TRUE(startCapture());
     ASSERT_TRUE(waitForFrames());
     app->session().userDidStop();
@@ -76,8 +77,7 @@ TEST_P(CapturesOver, FramesReachAFileThatStaysInTheTemporaryFolder) {
     expectOneWholeFile();
     const QRegularExpression name(
         QStringLiteral("^vantrel_\\d{4}-\\d\\d-\\d\\d_\\d\\d\\.\\d\\d\\.\\d\\d\\.[AP]M\\.pcap$"));
-    EXPECT_TRUE(name.match(QFileInfo(temporaryFiles().first()).fileName()).hasMatch());
-    EXPECT_TRUE(QDir(path(QStringLiteral("home/Desktop"))).isEmpty());
+    EXPECT_TRUE(name.match(QFileInfo(savedFiles().first()).fileName()).hasMatch());
     EXPECT_TRUE(alerts.isEmpty());
 }
 
@@ -125,7 +125,7 @@ TEST_F(Captures, EachHasAFileOfItsOwn) {
         ASSERT_TRUE(waitForFrames(1));
         app->session().userDidStop();
         ASSERT_TRUE(waitIdle());
-        EXPECT_EQ(temporaryFiles().size(), round);
+        EXPECT_EQ(savedFiles().size(), round);
     }
 }
 

@@ -3,6 +3,7 @@
 #include "AppFixture.h"
 #include "engine/CaptureTotals.h"
 #include "support/LogCapture.h"
+#include "support/QuietDelivery.h"
 
 #include <QFile>
 #include <QFileInfo>
@@ -41,19 +42,23 @@ protected:
 
     QTemporaryDir folder;
     CaptureTotals totals;
-    DeliveringFinalizer finalizer;
+    SettingsStore settings{path(QStringLiteral("settings.json"))};
+    MainQueue mainQueue;
+    QuietDelivery delivery{settings, mainQueue, [](const QString&, const QString&) {}};
+    CaptureFinalizer& finalizer = delivery.finalizer();
 };
 
 constexpr std::uint64_t sizeOf(std::uint64_t frames) { return 24 + frames * (16 + 4); }
 
-TEST_F(DeliveringFinalizerTest, SingleFileIsClosedCountedAndStays) {
+TEST_F(DeliveringFinalizerTest, SingleFileIsClosedCountedAndDelivered) {
     const auto file = fileWith(3);
     ASSERT_TRUE(file);
+    ASSERT_TRUE(QDir().mkdir(path(QStringLiteral("captures"))));
     EXPECT_TRUE(finalizer.finalizeCaptureFile(finished(*file, 1)));
-    EXPECT_EQ(framesIn(QStringLiteral("vantrel_x.pcap")), 3U);
+    EXPECT_EQ(framesIn(QStringLiteral("captures/vantrel_x.pcap")), 3U);
     EXPECT_EQ(totals.totalFrames(1), 3U);
     EXPECT_EQ(totals.totalBytes(1), sizeOf(3));
-    EXPECT_FALSE(QFileInfo::exists(path(QStringLiteral("captures"))));
+    EXPECT_FALSE(QFileInfo::exists(path(QStringLiteral("vantrel_x.pcap"))));
 }
 
 TEST_F(DeliveringFinalizerTest, MultipleFilesAreGatheredNewestFirstAndCountedWhileKept) {

@@ -79,8 +79,8 @@ TEST_F(SleepGuardTest, ARunningCaptureIsFinishedAndTheAdapterBackBeforeTheMachin
     EXPECT_EQ(timers.running.size(), 2U);
     timers.run(1);
     EXPECT_EQ(ready, 1);
-    ASSERT_EQ(temporaryFiles().size(), 1);
-    EXPECT_TRUE(readCapture(temporaryFiles().front()).isWhole);
+    ASSERT_EQ(savedFiles().size(), 1);
+    EXPECT_TRUE(readCapture(savedFiles().front()).isWhole);
 }
 
 TEST_F(SleepGuardTest, AwakeAgainTheNextCaptureMayBegin) {

@@ -99,7 +99,7 @@ TEST_F(Tray, CaptureOnAnotherChannelListensThere) {
     press(QStringLiteral("stopButton"));
     ASSERT_TRUE(waitIdle());
     EXPECT_EQ(airport().channelNumber(), 36) << "put back";
-    EXPECT_EQ(temporaryFiles().size(), 1);
+    EXPECT_EQ(savedFiles().size(), 1);
 }
 
 TEST_F(Tray, StopInThePanelKeepsTheCapture) {
@@ -111,7 +111,7 @@ TEST_F(Tray, StopInThePanelKeepsTheCapture) {
     press(QStringLiteral("stopButton"));
     ASSERT_TRUE(waitIdle());
     EXPECT_EQ(panel(), nullptr);
-    EXPECT_EQ(temporaryFiles().size(), 1);
+    EXPECT_EQ(savedFiles().size(), 1);
     EXPECT_TRUE(itemOf(outlets::quitMenuItem).isEnabled());
 }
 
@@ -172,8 +172,7 @@ TEST_F(Tray, LinkLayerIsAskedAgainWhenTheAdapterWasOff) {
 TEST_F(Tray, CommandsWithoutAWindowSayWhyTheyCannotBeChosen) {
     startWith();
     for (const auto outlet :
-         {outlets::preferencesMenuItem, outlets::configureServicesMenuItem, outlets::captureCustomMenuItem,
-          outlets::uploadToCloudSharkMenuItem, outlets::uploadToMojoPacketsMenuItem}) {
+         {outlets::preferencesMenuItem, outlets::configureServicesMenuItem, outlets::captureCustomMenuItem}) {
         EXPECT_FALSE(itemOf(outlet).isEnabled()) << outlet.data();
         EXPECT_TRUE(itemOf(outlet).toolTip().endsWith(QStringLiteral(" is not part of this version.")))
             << outlet.data();

@@ -82,7 +82,8 @@ protected:
         return action != nullptr && action->isVisible();
     }
     [[nodiscard]] std::set<int> captured() const {
-        return temporaryFiles().size() == 1 ? frequencies(readCapture(temporaryFiles().first())) : std::set<int>();
+        const QStringList files = temporaryFiles() + savedFiles();
+        return files.size() == 1 ? frequencies(readCapture(files.first())) : std::set<int>();
     }
 };
 

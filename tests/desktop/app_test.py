@@ -46,6 +46,7 @@ class Captures(AppTest):
         self.stop(program, item)
         item.wait_for_tool_tip(IDLE)
         self.assertEqual(item.icon, idle)
+        path = self.saved(path)
         self.assertEqual(self.files(), [path])
         self.assertRegex(path.name, r"^vantrel_\d{4}-\d\d-\d\d_\d\d\.\d\d\.\d\d\.[AP]M\.pcap$")
         self.assertGreater(packets(path), 10)
@@ -53,7 +54,7 @@ class Captures(AppTest):
         channels = field(path, "wlan.ds.current_channel", "wlan.fc.type_subtype == 8 && wlan_radio.frequency == 5180")
         self.assertGreater(len(channels), 0)
         self.assertEqual(set(channels), {"36"})
-        self.assertLessEqual(set(field(path, "radiotap.channel.freq", "frame")), HEARD_MHZ)
+        self.assertLessEqual(set(field(self.saved(path), "radiotap.channel.freq", "frame")), HEARD_MHZ)
 
         self.quit(program, item)
 
@@ -67,7 +68,7 @@ class Captures(AppTest):
         self.assertIn(TRANSPORTS[transport], self.log())
         path = self.capture(item)
         self.stop(program, item)
-        self.assertGreater(packets(path), 10)
+        self.assertGreater(packets(self.saved(path)), 10)
         self.quit(program, item)
 
     def test_over_a_tap_device(self):
@@ -145,7 +146,7 @@ class Panel(AppTest):
         self.desktop.type_at_window(program, "alt+s")
         self.desktop.wait_for_no_window(program, "Capturing")
         item.wait_for_entry("Quit")
-        self.assertEqual(self.files(), [path])
+        self.assertEqual(self.files(), [self.saved(path)])
 
     def test_limited_capture_shows_its_share_and_its_files(self):
         self.store(LimitCaptureFile=1, LimitCaptureFileUnits=3, LimitCaptureFileValue=1000, MaxCaptureFiles=3)
@@ -189,7 +190,7 @@ class WiFi(AppTest):
         with self.assertRaises(LookupError):
             item.entry(DISCONNECT)
         self.stop(program, item)
-        self.assertGreater(packets(path), 10)
+        self.assertGreater(packets(self.saved(path)), 10)
         item.wait_for_entry(DISCONNECT)
         item.wait_for_tool_tip(IDLE)
         self.quit(program, item)
@@ -205,7 +206,7 @@ class WiFi(AppTest):
         item.click(CAPTURE_ALL_2)  # not asked any more
         path = self.wait_for_capture(item)
         self.stop(program, item)
-        self.assertLessEqual(set(field(path, "radiotap.channel.freq", "frame")),
+        self.assertLessEqual(set(field(self.saved(path), "radiotap.channel.freq", "frame")),
                              {str(2407 + 5 * number) for number in range(1, 12)})
 
     def test_escape_declines_the_disconnection(self):
@@ -252,7 +253,7 @@ class OtherChannels(AppTest):
         item.wait_for_no_entry(DISCONNECT)
         path = self.capture(item, *command)
         self.stop(program, item)
-        return set(field(path, "radiotap.channel.freq", "frame"))
+        return set(field(self.saved(path), "radiotap.channel.freq", "frame"))
 
     def test_one_channel_of_2_4_ghz(self):
         self.assertLessEqual(self.captured("Capture on 2.4 GHz Channel", "6"), {"2427", "2432", "2437", "2442", "2447"})
@@ -271,6 +272,7 @@ class Ends(AppTest):
         path = self.capture(self.desktop.wait_for_item(program))
         program.send_signal(number)
         self.ends_in_order(program)
+        path = self.saved(path)
         self.assertEqual(self.files(), [path])
         self.assertGreater(packets(path), 10)
 
@@ -302,7 +304,7 @@ class Ends(AppTest):
         again = self.capture(item)
         self.stop(program, item)
         self.assertNotEqual(again, path)
-        self.assertEqual(self.files(), sorted([path, again]))
+        self.assertEqual(self.files(), [path, self.saved(again)])
         self.quit(program, item)
 
 

@@ -15,6 +15,8 @@ SKIPPED = 77
 ENOUGH_BYTES = 8 * 1024  # some beacons of each network on the channel
 POLL_MS = 50  # for files, which tell nobody that they grow
 TITLE = {"DisplayChannel": 1, "DisplayChannelWidth": 1}  # settings with which the tool tip tells the channel
+# The first-capture notice is over, and no application of this machine is opened.
+QUIET = {"FirstTimeCapture": 0, "DoNothing": 1, "OpenInApplication": 0}
 IDLE = "Vantrel: 36 (80 MHz) (simulated)"
 CAPTURE = "Capture on Current Channel"
 CAPTURE_ALL_2 = "Capture All 2.4 GHz Channels"
@@ -51,17 +53,19 @@ class AppTest(unittest.TestCase):
         cls.desktop = desktop.__enter__()
         cls.addClassCleanup(desktop.__exit__)
         cls.captures = cls.desktop.temporary / f"vantrel-{os.getuid()}"
+        cls.saved_captures = cls.desktop.folder / "home/Desktop"
 
     def setUp(self):
         self.log_name = self.id().rpartition(".")[2]
         shutil.rmtree(self.captures, ignore_errors=True)
+        shutil.rmtree(self.saved_captures, ignore_errors=True)
         self.store()
 
     def store(self, **settings):
-        """The settings that the program finds. The first-capture notice is over, and the tool tip tells the channel."""
+        """The settings that the program finds, on top of the quiet ones; the tool tip tells the channel."""
         folder = self.desktop.folder / "config/vantrel"
         folder.mkdir(mode=0o700, exist_ok=True)
-        (folder / "settings.json").write_text(json.dumps({"FirstTimeCapture": 0} | TITLE | settings))
+        (folder / "settings.json").write_text(json.dumps(QUIET | TITLE | settings))
 
     def stored(self):
         return json.loads((self.desktop.folder / "config/vantrel/settings.json").read_text())
@@ -81,7 +85,14 @@ class AppTest(unittest.TestCase):
         return self.desktop.log(self.log_name)
 
     def files(self):
-        return sorted(self.captures.glob("*.pcap"))
+        """All captures: those being written or left over, and then those delivered to the user's Desktop folder."""
+        return sorted(self.captures.glob("*.pcap")) + sorted(self.saved_captures.rglob("*.pcap"))
+
+    def saved(self, path):
+        """Waits until the capture that was written there is delivered; its path."""
+        there = self.saved_captures / path.name
+        wait_for(there.exists, "the capture in its folder", poll_ms=POLL_MS)
+        return there
 
     def start_idle(self, **environment):
         """A program that has come to rest in its network, and its tray item."""

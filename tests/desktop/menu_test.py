@@ -13,7 +13,7 @@ TUNING = ["Channel", "Channel Width", "Link-Layer Header", "-"]
 SINGLE = ["Single Channel", CAPTURE, "Capture on 2.4 GHz Channel", "Capture on 5 GHz Channel", "-"]
 SEVERAL = ["Multiple Channels", "Capture All 2.4 GHz Channels", "Capture All 5 GHz Channels", CAPTURE_ALL,
            "Capture Custom Channels…", "-"]
-UPLOAD = ["Upload Last Capture", "-"]
+UPLOAD = ["Upload Capture", "-"]
 APPLICATION = ["-", "Preferences…", "Launch at Login", "-", "Help", "About Vantrel", "-", "Quit"]
 CAPTURES = [CAPTURE, "Capture on 2.4 GHz Channel", "Capture on 5 GHz Channel", "Capture All 2.4 GHz Channels",
             "Capture All 5 GHz Channels", CAPTURE_ALL]
@@ -27,7 +27,7 @@ class States(AppTest):
         self.assertEqual(item.labels(), STATUS + TUNING + SINGLE + SEVERAL + UPLOAD + [DISCONNECT, "Turn Wi-Fi Off"]
                          + APPLICATION)
         self.assertEqual(self.enabled(item), ["Channel", "Channel Width", "Link-Layer Header", *CAPTURES,
-                                              "Upload Last Capture", DISCONNECT, "Turn Wi-Fi Off", "Launch at Login",
+                                              "Upload Capture", DISCONNECT, "Turn Wi-Fi Off", "Launch at Login",
                                               "Help", "About Vantrel", "Quit"])
 
     def test_in_no_network_and_off(self):
@@ -44,7 +44,7 @@ class States(AppTest):
     def test_during_a_capture(self):
         program, item = self.start_idle()
         self.capture(item)
-        self.assertEqual(self.enabled(item), ["Channel", "Channel Width", "Link-Layer Header", "Upload Last Capture",
+        self.assertEqual(self.enabled(item), ["Channel", "Channel Width", "Link-Layer Header", "Upload Capture",
                                               DISCONNECT, "Turn Wi-Fi Off", "Launch at Login", "Help", "About Vantrel"])
         self.stop(program, item)
         for command in CAPTURES:
@@ -65,9 +65,9 @@ class States(AppTest):
                          ["20 MHz", "40 MHz", "80 MHz", "160 MHz"])
         self.assertEqual(item.checked("Channel"), ["36"])
         self.assertEqual(item.checked("Channel Width"), ["80 MHz"])
-        uploads = item.entry("Upload Last Capture").children
+        uploads = item.entry("Upload Capture").children
         self.assertEqual([entry.label for entry in uploads if not entry.separator],
-                         ["To CloudShark", "To Mojo Packets", "Configure Services…"])
+                         ["To CloudShark…", "To Mojo Packets…", "Configure Services…"])
         self.assertFalse(any(entry.enabled for entry in uploads if not entry.separator))
 
     def test_title_follows_the_settings(self):
@@ -132,7 +132,7 @@ class LinkLayer(AppTest):
         wait_for(lambda: self.stored()["LinkLayerHeader"] == 127, "the choice in the settings", poll_ms=POLL_MS)
         path = self.capture(item)
         self.stop(program, item)
-        self.assertGreater(packets(path), 10)
+        self.assertGreater(packets(self.saved(path)), 10)
 
 
 class Commands(AppTest):

@@ -38,7 +38,7 @@ class Places(AppTest):
         path, = self.files()
         wait_for(lambda: path.stat().st_size >= ENOUGH_BYTES, "frames in the capture file", poll_ms=POLL_MS)
         self.desktop.press_in_panel(program, "Stop")
-        self.assertGreater(packets(path), 10)
+        self.assertGreater(packets(self.saved(path)), 10)
 
         window = self.desktop.windows.wait_for_window([program.pid], "Vantrel", WINDOW_SECONDS)
         self.assertEqual(self.desktop.windows.texts_in(window),

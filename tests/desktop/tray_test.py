@@ -15,7 +15,7 @@ SKIPPED = 77
 CAPTURE = "Capture on Current Channel"
 CAPTURES = [CAPTURE, "Capture All 2.4 GHz Channels", "Capture All 5 GHz Channels", "Capture All Channels",
             "Capture Custom Channels…"]
-ALWAYS = ["Upload Last Capture", "Turn Wi-Fi Off", "Preferences…", "Launch at Login", "Help", "About Vantrel"]
+ALWAYS = ["Upload Capture", "Turn Wi-Fi Off", "Preferences…", "Launch at Login", "Help", "About Vantrel"]
 CHOICES = ["Channel", "Channel Width"]
 IDLE = [*CHOICES, *CAPTURES, *ALWAYS, "Quit"]  # the submenus are empty
 TOOL_TIP = "Vantrel: 36 (simulated)"

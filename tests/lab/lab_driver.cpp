@@ -17,6 +17,7 @@
 #include "settings/Defaults.h"
 #include "settings/SettingsKeys.h"
 #include "settings/SettingsStore.h"
+#include "support/QuietDelivery.h"
 #include "wifi/AdapterRestore.h"
 #include "wifi/Association.h"
 #include "wifi/CaptureCommands.h"
@@ -111,7 +112,7 @@ public:
                                                                                  .view = _spoken,
                                                                                  .dialogs = _spoken,
                                                                                  .hopper = _hopper,
-                                                                                 .finalizer = _finalizer,
+                                                                                 .finalizer = _delivery.finalizer(),
                                                                                  .desktopFolder = QDir::currentPath()});
         _wifi.setDelegate(this);
         for (const CWEventType type : {CWEventType::BSSIDDidChange, CWEventType::PowerDidChange,
@@ -257,7 +258,9 @@ private:
     PlannedHopper _hopper{{.settings = _settings, .airport = _airport, .loop = _hopLoop, .customChannels = [this] {
                                return _commands.customChannels();
                            }}};
-    DeliveringFinalizer _finalizer;
+    testing::QuietDelivery _delivery{_settings, _mainQueue, [this](const QString& text, const QString& info) {
+                                         _spoken.showCriticalAlertWithInfo(text, info);
+                                     }};
     std::unique_ptr<CaptureSession> _session;
     std::unique_ptr<Timers::Handle> _idleCheck;
     bool _busy = false;

@@ -4,6 +4,7 @@
 // no decisions of its own.
 #pragma once
 
+#include "app/Delivery.h"
 #include "app/LinkLayerMenu.h"
 #include "app/ProgressDisplay.h"
 #include "app/SessionAdapters.h"
@@ -96,9 +97,12 @@ private:
     void createStatusItem();
     void takeDefaultInterface();
     void populateStatusMenu();
+    void takeNotifications();
     void dropVanishedApplication();
+    void offerLeftovers();
 
     void run(std::span<const Step> stage);
+    void makeDelivery();
     void makeHopping();
     void makeSession();
     void makeCommands();
@@ -130,7 +134,7 @@ private:
     AlertDialogs _dialogs;
     std::unique_ptr<HopLoop> _hopLoop;
     std::unique_ptr<PlannedHopper> _hopper;
-    DeliveringFinalizer _finalizer;
+    std::unique_ptr<Delivery> _delivery;
     std::unique_ptr<CaptureSession> _session;
     std::unique_ptr<SessionStarter> _starter;
     std::unique_ptr<Association> _association;

@@ -9,6 +9,7 @@
 
 namespace vantrel {
 
+class CaptureCompletion;
 class CaptureSession;
 class HopLoop;
 class ProgressDisplay;
@@ -37,6 +38,7 @@ class AlertDialogs final : public UserDialogs, public WiFiDialogs {
 public:
     // From now on alerts are only logged, questions declined and choosers dismissed.
     void stopAsking() { _asking = false; }
+    [[nodiscard]] bool asks() const { return _asking; }
 
     Answer ask(const Question& question) override;
     void showCriticalAlertWithInfo(const QString& messageText, const QString& informativeText) override;
@@ -76,10 +78,15 @@ private:
     CaptureSession& _session; // borrowed
 };
 
-// Closes each finished file, counts it, and delivers it.
+// Closes each finished file, counts it, and delivers it. Borrowed like the session's finalizer; the completion outlives
+// it.
 class DeliveringFinalizer final : public CaptureFinalizer {
 public:
+    explicit DeliveringFinalizer(CaptureCompletion& completion) : _completion(completion) {}
     bool finalizeCaptureFile(const FinishedCapture& finished) override;
+
+private:
+    CaptureCompletion& _completion; // borrowed
 };
 
 } // namespace vantrel

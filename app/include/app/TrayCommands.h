@@ -31,7 +31,7 @@ public:
     virtual void showServices() = 0;
 };
 
-// Sends the last capture to a service. Main thread; each operation returns at once.
+// Sends a capture of the user's choice to a service. Main thread; each operation returns at once.
 class CaptureUploads {
 public:
     virtual ~CaptureUploads() = default;
@@ -51,9 +51,9 @@ public:
         LinkLayerMenu& linkLayer;
         LoginItems& loginItems;
         UserDialogs& dialogs;
+        CaptureUploads& uploads;
         CustomChannelsPanel* customChannels = nullptr;
         PreferencesOpener* preferences = nullptr;
-        CaptureUploads* uploads = nullptr;
         QString version; // for the about panel
     };
 

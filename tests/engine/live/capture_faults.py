@@ -111,7 +111,8 @@ class Faults(Capture):
         self.send(100, 10_000)
         self.assertEqual(self.stop(), (100, 0))
         self.assertEqual(list(target.iterdir()), [])
-        (path,) = (self.folder / "cache" / "vantrel" / "captures").glob("*.pcap")
+        self.assertTrue((self.folder / "cache" / "vantrel" / "captures").is_dir(), "written elsewhere")
+        (path,) = self.destination.glob("*.pcap")
         self.assertEqual([number_of(frame) for _, _, frame in records(path)], list(range(100)))
         self.assertEqual(path.stat().st_mode & 0o7777, 0o600)
 

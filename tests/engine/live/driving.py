@@ -87,7 +87,8 @@ class Capture(unittest.TestCase):
     def files(self):
         """The capture's files, oldest first."""
         gathered = sorted(self.destination.glob("vantrel_*/*.pcap"), reverse=True)
-        return gathered or sorted(self.temporary.glob("*.pcap"))
+        return gathered or sorted([*self.temporary.glob("*.pcap"), *self.destination.glob("*.pcap")],
+                                  key=lambda path: path.name)
 
 
 def skip(reason):

@@ -17,6 +17,7 @@
 #include "settings/Defaults.h"
 #include "settings/SettingsKeys.h"
 #include "settings/SettingsStore.h"
+#include "support/QuietDelivery.h"
 #include "wifi/AdapterRestore.h"
 
 #include <QCoreApplication>
@@ -102,7 +103,7 @@ public:
                                                                                  .view = _spoken,
                                                                                  .dialogs = _spoken,
                                                                                  .hopper = _hopper,
-                                                                                 .finalizer = _finalizer,
+                                                                                 .finalizer = _delivery.finalizer(),
                                                                                  .desktopFolder = QDir::currentPath()});
         const auto offered = offeredDataLinks(_airport);
         _session->setDataLinkType(chooseDataLink(offered, _settings.integerForKey(keys::LinkLayerHeader)));
@@ -150,7 +151,9 @@ private:
     PacketQueue _packetQueue{[this] { _settings.refresh(); }};
     Spoken _spoken;
     NoHopper _hopper;
-    DeliveringFinalizer _finalizer;
+    testing::QuietDelivery _delivery{_settings, _mainQueue, [this](const QString& text, const QString& info) {
+                                         _spoken.showCriticalAlertWithInfo(text, info);
+                                     }};
     CWInterface& _airport;
     std::unique_ptr<CaptureSession> _session;
     std::unique_ptr<Timers::Handle> _idleCheck;

@@ -49,7 +49,9 @@ def capture(lab, desktop, program):
     wait_for(heard, "beacons of both access points", SECONDS, POLL_MS)
     desktop.press_in_panel(program, "Stop", SECONDS)
     item.wait_for_entry("Quit", timeout=SECONDS)
-    file, = desktop.temporary.rglob("*.pcap")
+    saved = desktop.folder / "home/Desktop"
+    wait_for(lambda: any(saved.glob("*.pcap")), "the capture in its folder", SECONDS, POLL_MS)
+    file, = saved.glob("*.pcap")
     check(whole(file) > 0, "the file is empty")
     lab.keep(file, {point.bssid: [point.frequency] for point in (LOWER, UPPER)})
     lab.note(f"associated again {lab.station.wait_until_associated():.1f} s after the capture")
