@@ -15,6 +15,7 @@
 #include <QFontDatabase>
 #include <QMessageBox>
 #include <QSaveFile>
+#include <utility>
 
 namespace vantrel::ui {
 
@@ -33,11 +34,11 @@ std::unique_ptr<VantrelScriptPanel> VantrelScriptPanel::initWithWindowNibName(co
     return std::unique_ptr<VantrelScriptPanel>(new VantrelScriptPanel(capture, settings, interpreter));
 }
 
-VantrelScriptPanel::VantrelScriptPanel(const QString& capture, SettingsStore& settings, const QString& interpreter)
+VantrelScriptPanel::VantrelScriptPanel(QString capture, SettingsStore& settings, QString interpreter)
     : _nib(std::make_unique<Ui::VantrelScriptPanel>()),
-      _capture(capture),
+      _capture(std::move(capture)),
       _settings(settings),
-      _interpreter(interpreter) {
+      _interpreter(std::move(interpreter)) {
     _nib->setupUi(this);
     windowDidLoad();
 }

@@ -10,11 +10,6 @@ namespace vantrel {
 namespace {
 
 using namespace testing;
-using ::testing::AllOf;
-using ::testing::Each;
-using ::testing::ElementsAre;
-using ::testing::Ge;
-using ::testing::Le;
 
 class CloudSharkRequest : public CloudSharkFixture {
 protected:

@@ -23,8 +23,6 @@
 namespace vantrel::ui {
 namespace {
 
-using testing::runUntil;
-
 // Runs once the modal window stands there, inside its event loop. A window that never comes is the test's time limit.
 template <typename Window>
 void whenModal(std::function<void(Window&)> look) {

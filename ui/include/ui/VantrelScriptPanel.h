@@ -70,7 +70,7 @@ public:
     void didTerminateWithError(VantrelAnalyzer& analyzer, const QString& error) override;
 
 private:
-    VantrelScriptPanel(const QString& capture, SettingsStore& settings, const QString& interpreter);
+    VantrelScriptPanel(QString capture, SettingsStore& settings, QString interpreter);
     void windowDidLoad();
     void refreshControls();
     void setRunning(bool running);
