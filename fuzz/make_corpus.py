@@ -162,8 +162,35 @@ PROTOCOL = {
     "version_2": b"\x02" + message(4)[1:],
 }
 
+
+
+def management(subtype, length=40, version=0, wrong=0):
+    frame = (bytes([subtype << 4 | version, 0]) + bytes(14) + b"\x00\x1a\x2b\x3c\x4d\x5e" + b"\x00\x03Lab" * 9)[:length]
+    return frame + struct.pack("<I", binascii.crc32(frame) ^ wrong)
+
+
+SIGNAL = radiotap([bits(1, 5, 6)], b"\x10\xc4\xa1")
+PACKET = {
+    "beacon": SIGNAL + management(8),
+    "probe_response": SIGNAL + management(5),
+    "probe_request": SIGNAL + management(4),
+    "data": SIGNAL + data_frame(0, 1, 24),
+    "version_1": SIGNAL + management(8, version=1),
+    "wrong_check": SIGNAL + management(8, wrong=1),
+    "check_alone": SIGNAL + management(8, length=0),
+    "one_byte": SIGNAL + management(8, length=1),
+    "cut_in_address": SIGNAL + management(8, length=21),
+    "address_alone": SIGNAL + management(8, length=22),
+    "three_antennas": radiotap([bits(5, 6) | CHAIN, bits(5, 6) | CHAIN, bits(5)], b"\xc4\xa1\xce\xa0\xd8") + management(8),
+    "no_signal": RADIOTAP["empty"] + management(8),
+    "field_25": RADIOTAP["field_25"] + management(8),
+    "signal_too_long": radiotap([bits(5, 6)], b"\xc4") + management(8),
+    "header_too_long": b"\x00\x00\xff\xff" + bytes(4) + management(8),
+    "header_of_nothing": bytes(8) + management(8),
+}
+
 for name, inputs in (("radiotap", RADIOTAP), ("ppi", PPI), ("slicing", SLICING), ("netlink", NETLINK),
-                     ("protocol", PROTOCOL)):
+                     ("protocol", PROTOCOL), ("packet", PACKET)):
     os.makedirs(os.path.join(FOLDER, name), exist_ok=True)
     for file, data in inputs.items():
         with open(os.path.join(FOLDER, name, file), "wb") as out:
