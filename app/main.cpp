@@ -1,6 +1,6 @@
 // The tray application.
 #include "app/AppDelegate.h"
-#include "app/WiFiBackend.h"
+#include "backend/WiFiBackend.h"
 #include "base/TerminationSignals.h"
 #include "services/SingleInstance.h"
 #include "ui/ApplicationIcon.h"

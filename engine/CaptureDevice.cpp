@@ -83,7 +83,7 @@ bool CaptureDevice::openStream(FileDescriptor stream) {
     return true;
 }
 
-int CaptureDevice::activate() {
+int CaptureDevice::activate(Delivery delivery) {
     if (_stream >= 0) {
         return 0; // a stream is readable as it stands
     }
@@ -91,12 +91,28 @@ int CaptureDevice::activate() {
     pcap_set_promisc(_handle.get(), 1);
     pcap_set_timeout(_handle.get(), timeoutMilliseconds);
     pcap_set_buffer_size(_handle.get(), kernelBufferBytes);
+    pcap_set_immediate_mode(_handle.get(), delivery == Delivery::Single ? 1 : 0);
     const int activated = pcap_activate(_handle.get());
     // libpcap makes its socket to be inherited, and no program that is started while a capture runs may hear the air.
     if (const int descriptor = pcap_fileno(_handle.get()); descriptor >= 0) {
         ::fcntl(descriptor, F_SETFD, FD_CLOEXEC);
     }
     return activated;
+}
+
+bool CaptureDevice::setFilter(const char* expression) {
+    bpf_program program{};
+    if (pcap_compile(_handle.get(), &program, expression, 0, PCAP_NETMASK_UNKNOWN) != 0) {
+        qCWarning(lcCapture, texts::pcapCompileFailed, pcap_geterr(_handle.get()));
+        return false;
+    }
+    const int status = pcap_setfilter(_handle.get(), &program);
+    pcap_freecode(&program);
+    if (status != 0) {
+        qCWarning(lcCapture, texts::pcapSetfilterFailed, pcap_geterr(_handle.get()));
+        return false;
+    }
+    return true;
 }
 
 int CaptureDevice::setDataLink(int dataLinkType) { return pcap_set_datalink(_handle.get(), dataLinkType); }

@@ -1,6 +1,8 @@
 // Every text of a capture that is logged or shown, each in this one place.
 #pragma once
 
+#include "engine/DeviceTexts.h"
+
 #include <QLatin1StringView>
 #include <QLoggingCategory>
 
@@ -10,11 +12,6 @@ Q_DECLARE_LOGGING_CATEGORY(lcCapture)
 
 namespace texts {
 
-inline constexpr char pcapCreateFailed[] = "pcap_create() failed: %s";
-inline constexpr char pcapSetRfmonFailed[] = "pcap_set_rfmon() failed: %s";
-inline constexpr char pcapActivateFailed[] = "pcap_activate() failed: %s";
-inline constexpr char pcapSetDatalinkFailed[] = "pcap_set_datalink() failed: %s";
-inline constexpr char pcapLoopFailed[] = "pcap_loop() failed: %s";
 inline constexpr char pcapOpenActivateFailed[] = "pcap_open_activate() failed for device %s: %s";
 inline constexpr char pcapOpenDeadFailed[] = "pcap_open_dead() failed for file %s";
 inline constexpr char pcapDumpOpenFailed[] = "pcap_dump_open() failed for file %s: %s";

@@ -162,8 +162,74 @@ PROTOCOL = {
     "version_2": b"\x02" + message(4)[1:],
 }
 
+
+
+def management(subtype, length=40, version=0, wrong=0):
+    frame = (bytes([subtype << 4 | version, 0]) + bytes(14) + b"\x00\x1a\x2b\x3c\x4d\x5e" + b"\x00\x03Lab" * 9)[:length]
+    return frame + struct.pack("<I", binascii.crc32(frame) ^ wrong)
+
+
+SIGNAL = radiotap([bits(1, 5, 6)], b"\x10\xc4\xa1")
+PACKET = {
+    "beacon": SIGNAL + management(8),
+    "probe_response": SIGNAL + management(5),
+    "probe_request": SIGNAL + management(4),
+    "data": SIGNAL + data_frame(0, 1, 24),
+    "version_1": SIGNAL + management(8, version=1),
+    "wrong_check": SIGNAL + management(8, wrong=1),
+    "check_alone": SIGNAL + management(8, length=0),
+    "one_byte": SIGNAL + management(8, length=1),
+    "cut_in_address": SIGNAL + management(8, length=21),
+    "address_alone": SIGNAL + management(8, length=22),
+    "three_antennas": radiotap([bits(5, 6) | CHAIN, bits(5, 6) | CHAIN, bits(5)], b"\xc4\xa1\xce\xa0\xd8") + management(8),
+    "no_signal": RADIOTAP["empty"] + management(8),
+    "field_25": RADIOTAP["field_25"] + management(8),
+    "signal_too_long": radiotap([bits(5, 6)], b"\xc4") + management(8),
+    "header_too_long": b"\x00\x00\xff\xff" + bytes(4) + management(8),
+    "header_of_nothing": bytes(8) + management(8),
+}
+
+def element(number, data):
+    return bytes([number, len(data)]) + data
+
+
+def announced(*elements, header=RADIOTAP["flags"], kind=0x80):
+    frame = bytes([kind, 0]) + bytes(14) + b"\2\0\0\0\0\1" + bytes(10) + b"\x64\0\x11\0" + b"".join(elements)
+    return header + frame
+
+
+def record(frame):
+    length = struct.unpack_from("<H", frame, 2)[0]
+    whole = frame + struct.pack("<I", binascii.crc32(frame[length:]))
+    return struct.pack(">I", len(whole)) + whole
+
+
+SUITE = b"\x00\x0f\xac"
+RSN = b"\1\0" + SUITE + b"\4\1\0" + SUITE + b"\4\2\0" + SUITE + b"\2" + SUITE + b"\x08\x80\0"
+WPA = b"\0\x50\xf2\1\1\0\0\x50\xf2\2\1\0\0\x50\xf2\2\1\0\0\x50\xf2\2"
+LAB = element(0, b"Lab")
+FEED = {
+    "stream": b"\0" + record(announced(LAB)) + record(announced(LAB, kind=0x50)),
+    "stream_empty_record": b"\0" + bytes(4) + record(announced(LAB)),
+    "stream_cut": b"\0" + record(announced(LAB))[:-3],
+    "stream_too_long": b"\0" + b"\xff\xff\xff\xff" + record(announced(LAB)),
+    "heard": b"\1" + announced(LAB, header=radiotap([bits(3, 5, 6)], b"\x6c\x09\xa0\0\xc4\xa1")),
+    "country": b"\1" + announced(LAB, element(3, b"\6"), element(7, b"DE \1\x0d\x14")),
+    "hidden": b"\1" + announced(element(0, b""), element(48, RSN)),
+    "escapes": b"\1" + announced(element(0, b"\x1b[2J\xc2\x9b\xe2\x80\xae\xff\\")),
+    "wide": b"\1" + announced(element(0, "咖啡é".encode())),
+    "wpa": b"\1" + announced(LAB, element(221, WPA)),
+    "owe_transition": b"\1" + announced(LAB, element(221, b"\x50\x6f\x9a\x1c\1")),
+    "ht": b"\1" + announced(LAB, element(61, b"\x24\5" + bytes(20))),
+    "vht": b"\1" + announced(LAB, element(61, b"\x24\5" + bytes(20)), element(192, b"\1\x2a\x32\0\0")),
+    "he": b"\1" + announced(LAB, element(255, b"\x24\0\xc0\2\1\0\0\1\x2a\0\2\5\2\7\0\6")),
+    "eht": b"\1" + announced(LAB, element(255, b"\x6a\1\0\0\0\0\4\x1f\x2f")),
+    "rsn_count": b"\1" + announced(LAB, element(48, RSN[:6] + b"\xff\xff")),
+    "element_too_long": b"\1" + announced(LAB, b"\x30\xff\1\0"),
+}
+
 for name, inputs in (("radiotap", RADIOTAP), ("ppi", PPI), ("slicing", SLICING), ("netlink", NETLINK),
-                     ("protocol", PROTOCOL)):
+                     ("protocol", PROTOCOL), ("packet", PACKET), ("feed", FEED)):
     os.makedirs(os.path.join(FOLDER, name), exist_ok=True)
     for file, data in inputs.items():
         with open(os.path.join(FOLDER, name, file), "wb") as out:

@@ -1,6 +1,6 @@
 #include "frames/Ppi.h"
 
-#include "LittleEndian.h"
+#include "frames/LittleEndian.h"
 
 namespace vantrel {
 

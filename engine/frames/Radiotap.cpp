@@ -1,6 +1,6 @@
 #include "frames/Radiotap.h"
 
-#include "LittleEndian.h"
+#include "frames/LittleEndian.h"
 
 #include <array>
 #include <bit>

@@ -1,6 +1,6 @@
 #include "frames/Slicing.h"
 
-#include "LittleEndian.h"
+#include "frames/LittleEndian.h"
 #include "frames/Ppi.h"
 #include "frames/RadioHeader.h"
 #include "frames/Radiotap.h"

@@ -8,7 +8,7 @@
 // anew at each command), "untuned ERROR", "idle FRAMES DROPPED" (frames of the finished files that are kept, and those
 // the kernel dropped), and at every change of the adapter "state INTERFACE MODE NUMBER WIDTH on|off SSID".
 #include "app/SessionAdapters.h"
-#include "app/WiFiBackend.h"
+#include "backend/WiFiBackend.h"
 #include "base/MainQueue.h"
 #include "engine/CaptureDevice.h"
 #include "engine/CaptureSession.h"

@@ -106,7 +106,12 @@ SimulatedTransport announced(SimulatedTransport transport) {
     return transport;
 }
 
-Expected<SimulatedTransport> forced(const QByteArray& wanted) {
+Expected<void> refuseNamespace() {
+    return failure(QStringLiteral("a network namespace of its own"),
+                   QStringLiteral("it would hide the program from its clients"));
+}
+
+Expected<SimulatedTransport> forced(const QByteArray& wanted, OwnNamespace ownNamespace) {
     const QString what = QStringLiteral("VANTREL_RADIO_TRANSPORT=") + QString::fromLocal8Bit(wanted);
     Expected<void> had;
     auto transport = SimulatedTransport::Stream;
@@ -115,7 +120,7 @@ Expected<SimulatedTransport> forced(const QByteArray& wanted) {
         had = tryTap();
     } else if (wanted == "namespace") {
         transport = SimulatedTransport::Namespace;
-        had = useNamespace();
+        had = ownNamespace == OwnNamespace::Permitted ? useNamespace() : refuseNamespace();
     } else if (wanted != "stream") {
         return failure(what, QStringLiteral("it must be tap, namespace or stream"));
     }
@@ -127,10 +132,10 @@ Expected<SimulatedTransport> forced(const QByteArray& wanted) {
 
 } // namespace
 
-Expected<SimulatedTransport> prepareSimulatedTransport() {
+Expected<SimulatedTransport> prepareSimulatedTransport(OwnNamespace ownNamespace) {
     const QByteArray wanted = qgetenv(transportVariable);
     if (!wanted.isEmpty()) {
-        return forced(wanted);
+        return forced(wanted, ownNamespace);
     }
     const auto tap = TapDevice::create();
     if (tap) {
@@ -138,7 +143,7 @@ Expected<SimulatedTransport> prepareSimulatedTransport() {
     }
     const int number = tap.error().number;
     if (number == EPERM || number == EACCES || number == ENOENT) {
-        const auto entered = useNamespace();
+        const auto entered = ownNamespace == OwnNamespace::Permitted ? useNamespace() : refuseNamespace();
         if (entered) {
             return announced(SimulatedTransport::Namespace);
         }

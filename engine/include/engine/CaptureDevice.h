@@ -25,6 +25,8 @@ class CaptureDevice {
 public:
     using FrameCallback = void (*)(unsigned char* user, const pcap_pkthdr* header, const unsigned char* data);
 
+    enum class Delivery { Blocks, Single };
+
     struct Statistics {
         std::uint32_t received = 0;
         std::uint32_t dropped = 0; // by the kernel, its buffer being full
@@ -38,8 +40,12 @@ public:
     ~CaptureDevice();
 
     // Snapshot length, promiscuous mode, the 100 ms time-out and the buffer; then activates. libpcap's status: any
-    // that is not 0, warnings included, counts as a failure.
-    [[nodiscard]] int activate();
+    // that is not 0, warnings included, counts as a failure. Delivered in blocks, which is cheapest, a frame comes up
+    // to that time-out late; delivered singly it comes at once, for whoever must know on which channel it was heard.
+    [[nodiscard]] int activate(Delivery delivery = Delivery::Blocks);
+    // Has the loop call back only for frames that match the expression (pcap-filter(7)), on an activated device. False
+    // when libpcap refuses it, which is logged.
+    [[nodiscard]] bool setFilter(const char* expression);
     // libpcap's status, 0 for success.
     [[nodiscard]] int setDataLink(int dataLinkType);
     [[nodiscard]] std::vector<DataLink> dataLinks() const;

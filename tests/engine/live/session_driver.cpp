@@ -8,7 +8,7 @@
 // Lines it prints: "ready DLT", "capturing", "failed" (the device was not opened), "alert MESSAGE | INFORMATION",
 // "idle FRAMES DROPPED" (frames of the finished files that are still kept, and those the kernel dropped).
 #include "app/SessionAdapters.h"
-#include "app/WiFiBackend.h"
+#include "backend/WiFiBackend.h"
 #include "base/MainQueue.h"
 #include "engine/CaptureDevice.h"
 #include "engine/CaptureSession.h"

@@ -1,4 +1,4 @@
-#include "app/WiFiBackend.h"
+#include "backend/WiFiBackend.h"
 
 #include "radio/RadioClient.h"
 #include "simulated/SimulatedRadio.h"
@@ -11,21 +11,21 @@
 namespace vantrel {
 
 namespace {
-Q_LOGGING_CATEGORY(lcApp, "vantrel.app")
+Q_LOGGING_CATEGORY(lcBackend, "vantrel.backend")
 }
 
-Expected<WiFiBackend> chooseWiFiBackend() {
-    if (qEnvironmentVariable("VANTREL_RADIO") != QLatin1StringView("simulated")) {
+Expected<WiFiBackend> chooseWiFiBackend(const WiFiWish& wish) {
+    if (!wish.simulated && qEnvironmentVariable("VANTREL_RADIO") != QLatin1StringView("simulated")) {
         return WiFiBackend{};
     }
-    const auto transport = prepareSimulatedTransport();
+    const auto transport = prepareSimulatedTransport(wish.ownNamespace);
     if (!transport) {
         return tl::unexpected(transport.error());
     }
     return WiFiBackend{*transport};
 }
 
-std::unique_ptr<CWWiFiClient> makeWiFiClient(const WiFiBackend& backend) {
+Expected<std::unique_ptr<CWWiFiClient>> openWiFiClient(const WiFiBackend& backend) {
     if (backend.simulated) {
         SimulatedOptions options;
         options.transport = *backend.simulated;
@@ -33,9 +33,13 @@ std::unique_ptr<CWWiFiClient> makeWiFiClient(const WiFiBackend& backend) {
     }
     RadioOptions options;
     options.program = QCoreApplication::applicationDirPath() + QStringLiteral("/vantrel-radio");
-    auto client = makeRadioClient(options);
+    return makeRadioClient(options);
+}
+
+std::unique_ptr<CWWiFiClient> makeWiFiClient(const WiFiBackend& backend) {
+    auto client = openWiFiClient(backend);
     if (!client) {
-        qCWarning(lcApp, "the adapter cannot be used: %s", qUtf8Printable(client.error().text()));
+        qCWarning(lcBackend, "the adapter cannot be used: %s", qUtf8Printable(client.error().text()));
         return makeAbsentAdapterClient();
     }
     return std::move(*client);

@@ -1,0 +1,20 @@
+// The life of vantrel-feedd: from an adapter that is ready to the signal that ends it.
+#pragma once
+
+#include "base/Error.h"
+
+namespace vantrel {
+class CWInterface;
+}
+
+namespace vantrel::feedd {
+
+// Whether this process may open network devices for capturing; to be asked where the adapter is a network device. An
+// error says what is missing.
+[[nodiscard]] Expected<void> mayCapture();
+
+// Main thread; needs the application object. Offers the feed of this adapter, prints its port on standard output,
+// and answers how the program ends, once a signal has asked for it and the captures have put the adapter back.
+[[nodiscard]] int serve(CWInterface& airport);
+
+} // namespace vantrel::feedd
