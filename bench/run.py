@@ -2,8 +2,8 @@
 """Measures Vantrel beside tcpdump and dumpcap, and writes the tables.
 
     bench/run.py --build BUILD --output FILE       everything, into a document
-    bench/run.py --build BUILD --only SECTION      one section, printed: processing, steps, live, buffer or
-                                                   responsiveness
+    bench/run.py --build BUILD --only SECTION      one section, printed: processing, steps, live, buffer,
+                                                   responsiveness or feed
     --repetitions N                                how often each program runs; 5 when not given
 
 BUILD holds the target `bench`. Times are compared within one run of this script only; nothing here passes or fails.
@@ -23,6 +23,7 @@ import responsiveness
 from programs import Failed, commands, cost, median, output_of, table
 
 FRAMES = 1_000_000
+NETWORKS, SWEEPS = 2000, 101  # of the feed
 CORE = str(max(os.sched_getaffinity(0)))
 
 
@@ -126,6 +127,27 @@ def answers(build):
         return [f"Not measured: {reason}"]
 
 
+def feed(build):
+    try:
+        _, _, said = cost([build / "bench/feed_bench", str(NETWORKS), str(SWEEPS)])
+    except Failed as reason:
+        return [f"Not measured: {reason}"]
+    times = json.loads(said[said.index("{"):])
+    limit = times["plain"]
+
+    def row(what, time):
+        return [what, f"{time * 1000:.2f}", f"{NETWORKS / time:,.0f}", f"{time / limit:.1f}"]
+    return [f"One connection, {NETWORKS:,} networks in a sweep, {times['bytes']:,} bytes; medians of {SWEEPS - 1} sweeps. "
+            "The limit is the same bytes, written to a loopback socket in one piece.", "",
+            *commands([f"build/release/bench/feed_bench {NETWORKS} {SWEEPS}",
+                       "bench/run.py --build build/release --only feed"]), "",
+            *table(["", "ms", "records a second", "of the limit"],
+                   [row("a loopback socket alone", limit),
+                    row("from the end of a sweep to the last byte at the client", times["delivery"]),
+                    row("the same, with the filing of the sweep's frames", times["whole"])]),
+            "", f"The capture callback takes {times['callback'] * 1e9:.0f} ns a frame."]
+
+
 BUFFER_REASON = """\
 The engine asks for 8 MiB. libpcap's own 2 MiB hold no more than a few milliseconds of frames at full speed, and a
 busy machine may keep the capture thread waiting longer; above 8 MiB the memory grows and the losses do not shrink."""
@@ -146,6 +168,7 @@ def document(build, repetitions):
         "", "## Processing", "", *sections["processing"], "", "## Steps of a frame", "", *steps(times),
         "", "## Live captures", "", *sections["live"],
         "", "## Answers during a capture", "", *sections["responsiveness"],
+        "", "## The loopback feed", "", *feed(build),
         "", "## Kernel buffer size", "", *sections["buffer"], "", BUFFER_REASON, ""])
 
 
@@ -154,6 +177,8 @@ def one_section(build, repetitions, wanted):
         return processing(build, repetitions)
     if wanted == "responsiveness":
         return answers(build)
+    if wanted == "feed":
+        return feed(build)
     times = measure_steps(build)
     if wanted == "steps":
         return steps(times)
@@ -168,7 +193,7 @@ def main():
     parser = argparse.ArgumentParser(description=__doc__, formatter_class=argparse.RawDescriptionHelpFormatter)
     parser.add_argument("--build", type=pathlib.Path, required=True)
     parser.add_argument("--output", type=pathlib.Path)
-    parser.add_argument("--only", choices=["processing", "steps", "live", "buffer", "responsiveness"])
+    parser.add_argument("--only", choices=["processing", "steps", "live", "buffer", "responsiveness", "feed"])
     parser.add_argument("--repetitions", type=int, default=5)
     arguments = parser.parse_args()
     build = arguments.build.resolve()

@@ -23,10 +23,7 @@ class Driver(Dialogue):
         settings = {"CaptureFilesLocation": str(CAPTURES), "FirstTimeCapture": False, "ShowDisconnectAlert": False,
                     "DwellTime": 100, **settings}
         (HOME / "config/vantrel/settings.json").write_text(json.dumps(settings))
-        environment = {"PATH": "/usr/bin:/bin:/usr/sbin:/sbin", "LC_ALL": "C.UTF-8",
-                       "QT_LOGGING_RULES": "vantrel.*=true", **{name: str(HOME / place) for name, place in
-                                                               PLACES.items()}}
-        super().__init__(name, *prefix, str(lab.build / "bin" / DRIVER), env=environment, cwd=HOME)
+        super().__init__(name, *prefix, str(lab.build / "bin" / DRIVER), env=environment(), cwd=HOME)
         self._known = set(files())
         self.hear(lambda line: line.startswith("ready "), "that it is ready")
 
@@ -90,6 +87,12 @@ class State:
         self.mode, self.channel, self.width = int(mode), int(channel), int(width)
         self.on = power == "on"
         self.ssid = ssid[0] if ssid else ""
+
+
+def environment():
+    """What the product's programs find."""
+    return {"PATH": "/usr/bin:/bin:/usr/sbin:/sbin", "LC_ALL": "C.UTF-8", "QT_LOGGING_RULES": "vantrel.*=true",
+            **{name: str(HOME / place) for name, place in PLACES.items()}}
 
 
 def make_places():

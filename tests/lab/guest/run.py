@@ -13,6 +13,7 @@ from pathlib import Path
 import air
 import desktop_menu
 import ends
+import feed
 import joined
 import product
 import reading
@@ -24,7 +25,7 @@ from station import Supplicant
 from system import attempt, check, processes, run, wait_for
 
 # What each machine carries out, and who manages its adapter.
-MACHINES = {"supplicant": (Supplicant, (stack, reading, joined, tuning, ends)),
+MACHINES = {"supplicant": (Supplicant, (stack, reading, joined, tuning, feed, ends)),
             "manager": (Manager, (stack, joined, ends, desktop_menu))}
 ADAPTER, RADIO = "wlan2", 2
 REST_SECONDS = 5.0
@@ -61,7 +62,7 @@ class Lab:
 
     def recover(self):
         """After a failed scenario, brings about by force what at_rest() waits for, for the sake of the next."""
-        for program in (product.DRIVER, product.HELPER, "vantrel"):
+        for program in (product.DRIVER, product.HELPER, "vantrel", "vantrel-feedd", "vantrel-feed"):
             for process in processes(program):
                 os.kill(process, signal.SIGKILL)
         for monitor in air.monitors():
