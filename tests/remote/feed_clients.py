@@ -113,6 +113,7 @@ class Clients(Feed):
         self.host.await_state(disabled=1)
         time.sleep(0.5)
         idle.close()
+        self.expect_adapter_back()  # before that the next one comes too early, and is closed
         self.assertTrue(self.client().sweep(seconds=20))
 
     def test_resets_whenever(self):
