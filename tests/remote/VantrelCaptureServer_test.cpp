@@ -238,6 +238,8 @@ TEST_F(Server, WhatIsNoSocketIsNotServed) {
     EXPECT_THAT(log.warnings(), ElementsAre(QStringLiteral("fcntl failed: Bad file descriptor")));
 }
 
+// The undefined-behaviour sanitizer looks at objects through a pipe, and so needs descriptors of its own.
+#ifndef __SANITIZE_ADDRESS__
 TEST_F(Server, WithoutADescriptorToSpareTheClientWaitsAndIsServedLater) {
     ASSERT_TRUE(server->start());
     auto client = connectClient();
@@ -257,6 +259,7 @@ TEST_F(Server, WithoutADescriptorToSpareTheClientWaitsAndIsServedLater) {
     }
     EXPECT_TRUE(isServed());
 }
+#endif
 
 using ServerDeathTest = Server;
 
