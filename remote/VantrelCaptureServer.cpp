@@ -13,6 +13,7 @@
 #include <cerrno>
 #include <netinet/in.h>
 #include <sys/socket.h>
+#include <utility>
 
 namespace vantrel {
 
@@ -37,8 +38,8 @@ bool isShortage(int error) { return error == EMFILE || error == ENFILE || error 
 
 } // namespace
 
-VantrelCaptureServer::VantrelCaptureServer(const Surroundings& surroundings)
-    : _around(surroundings),
+VantrelCaptureServer::VantrelCaptureServer(Surroundings surroundings)
+    : _around(std::move(surroundings)),
       _turn(std::make_unique<CaptureTurn>()),
       _clock(makeSteadyClock()) {
     _acceptAgain.setSingleShot(true);

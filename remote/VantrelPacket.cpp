@@ -12,6 +12,9 @@ namespace vantrel {
 
 namespace {
 
+// Radiotap's signal and noise are in two's complement.
+int signedByte(std::uint8_t byte) { return byte < 0x80 ? byte : byte - 0x100; }
+
 constexpr std::size_t fcsLength = 4;
 constexpr std::size_t bssidOffset = 16; // the third address
 constexpr std::size_t bssidLength = 6;
@@ -57,9 +60,9 @@ bool VantrelPacket::readSignal() {
     while (result == 0) {
         result = iterator.next();
         if (result == 0 && iterator.thisArgIndex() == radiotap::antennaSignal) {
-            _rssi = static_cast<std::int8_t>(iterator.thisArg()[0]);
+            _rssi = signedByte(iterator.thisArg()[0]);
         } else if (result == 0 && iterator.thisArgIndex() == radiotap::antennaNoise) {
-            _noise = static_cast<std::int8_t>(iterator.thisArg()[0]);
+            _noise = signedByte(iterator.thisArg()[0]);
         }
     }
     return result == RadiotapIterator::noMoreEntries;

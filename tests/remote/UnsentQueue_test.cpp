@@ -10,7 +10,6 @@ namespace vantrel {
 namespace {
 
 using ::testing::ElementsAre;
-using ::testing::IsEmpty;
 
 // The sequence number tells the records of one network apart.
 VantrelPacket record(int network, int sequence) {

@@ -35,7 +35,7 @@ public:
         NetServiceMaker makeNetService = makeAvahiService;
     };
 
-    explicit VantrelCaptureServer(const Surroundings& surroundings);
+    explicit VantrelCaptureServer(Surroundings surroundings);
     // Stops, and waits until the adapter is back where its captures found it.
     ~VantrelCaptureServer() override;
 
