@@ -61,6 +61,17 @@ TEST_F(DeliveringFinalizerTest, SingleFileIsClosedCountedAndDelivered) {
     EXPECT_FALSE(QFileInfo::exists(path(QStringLiteral("vantrel_x.pcap"))));
 }
 
+TEST_F(DeliveringFinalizerTest, AFileWhoseSavePanelIsCancelledIsCountedAndStays) {
+    const auto file = fileWith(3);
+    ASSERT_TRUE(file);
+    FinishedCapture asked = finished(*file, 1);
+    asked.location = QStringLiteral("AskForEachCapture");
+    EXPECT_TRUE(finalizer.finalizeCaptureFile(asked));
+    EXPECT_EQ(framesIn(QStringLiteral("vantrel_x.pcap")), 3U);
+    EXPECT_EQ(totals.totalFrames(1), 3U);
+    EXPECT_EQ(totals.totalBytes(1), sizeOf(3));
+}
+
 TEST_F(DeliveringFinalizerTest, MultipleFilesAreGatheredNewestFirstAndCountedWhileKept) {
     for (int frames = 1; frames <= 3; ++frames) {
         const auto file = fileWith(frames);

@@ -50,9 +50,6 @@ public:
     void uploadToCloudShark() override { _commands.onUploadToCloudShark(); }
     void uploadToMojoPackets() override { _commands.onUploadToMojoPackets(); }
 
-    [[nodiscard]] FileOpener& opener() { return *_opener; }
-    [[nodiscard]] DeliveryWindows& windows() { return _windows; }
-
     // Any thread: sleeps, but not longer than this object lives.
     void sleepUntilEnd(std::chrono::milliseconds time) { _reconnecting.sleep(time); }
 

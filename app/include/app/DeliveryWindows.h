@@ -32,9 +32,6 @@ public:
     // In place of a notification server. `show` runs when the user wants to see what it tells of.
     void showNotification(const UserNotification& notification, std::function<void()> show);
 
-    // Stays this object's own; empty until a script panel was asked for.
-    [[nodiscard]] ui::VantrelScriptPanel* scriptPanel() const { return _scriptPanel.get(); }
-
 private:
     SettingsStore& _settings; // borrowed
     AlertDialogs& _alerts;    // borrowed
