@@ -1,5 +1,6 @@
 #include "app/AppDelegate.h"
 
+#include "app/PreferencesWindows.h"
 #include "services/PcapApplications.h"
 #include "services/VersionInfo.h"
 #include "settings/Defaults.h"
@@ -207,6 +208,12 @@ void AppDelegate::makeCommands() {
                                                                                 .view = *_view});
     _linkLayer = std::make_unique<LinkLayerMenu>(LinkLayerMenu::Surroundings{
         .menu = *_statusMenu, .settings = _settings, .airport = airport, .session = *_session});
+    _preferences =
+        std::make_unique<PreferencesWindows>(PreferencesWindows::Surroundings{.settings = _settings,
+                                                                              .airport = airport,
+                                                                              .display = *_tray,
+                                                                              .opener = _delivery->opener(),
+                                                                              .desktopFolder = _desktopFolder});
     _trayCommands = std::make_unique<TrayCommands>(TrayCommands::Surroundings{.menu = *_statusMenu,
                                                                               .display = *_tray,
                                                                               .captures = *_commands,
@@ -215,6 +222,8 @@ void AppDelegate::makeCommands() {
                                                                               .loginItems = *_loginItems,
                                                                               .dialogs = _dialogs,
                                                                               .uploads = *_delivery,
+                                                                              .customChannels = _preferences.get(),
+                                                                              .preferences = _preferences.get(),
                                                                               .version = _options.version});
     connect(_trayCommands.get(), &TrayCommands::quitRequested, this, &AppDelegate::quitRequested);
 }

@@ -1,5 +1,7 @@
 #include "app/HelpDocument.h"
 
+#include "base/Translated.h"
+
 #include <QDir>
 #include <QFile>
 #include <QSaveFile>
@@ -12,9 +14,8 @@ namespace vantrel {
 
 namespace {
 
-// The extension is given with its dot.
-const QString documentName = QStringLiteral("Help");
-const QString documentExtension = QStringLiteral(".html");
+// A translation names the document in its language.
+constexpr char documentName[] = QT_TRANSLATE_NOOP("vantrel", "Help.html");
 
 Expected<void> copyFile(const QString& from, const QString& to) {
     QFile source(from);
@@ -45,7 +46,7 @@ Expected<QString> unpackHelpDocument() {
             return tl::unexpected(copied.error());
         }
     }
-    return folder.filePath(documentName + documentExtension);
+    return folder.filePath(translated(documentName));
 }
 
 } // namespace vantrel

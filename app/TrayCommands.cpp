@@ -3,6 +3,7 @@
 #include "app/HelpDocument.h"
 #include "app/LinkLayerMenu.h"
 #include "app/TrayDisplay.h"
+#include "base/Translated.h"
 #include "engine/CaptureSurroundings.h"
 #include "services/LoginItems.h"
 #include "ui/MenuOutlets.h"
@@ -19,11 +20,13 @@ namespace vantrel {
 namespace {
 Q_LOGGING_CATEGORY(lcMenu, "vantrel.menu")
 
-const QString noPreferences = QStringLiteral("The preferences window is not part of this version.");
-const QString noCustomChannels = QStringLiteral("Choosing channels by hand is not part of this version.");
+constexpr char noPreferences[] = QT_TRANSLATE_NOOP("vantrel", "The preferences window is not part of this version.");
+constexpr char noCustomChannels[] =
+    QT_TRANSLATE_NOOP("vantrel", "Choosing channels by hand is not part of this version.");
 
-const QString noLaunchAtLogin = QStringLiteral("Launch at login could not be changed.");
-const QString noHelp = QStringLiteral("The help could not be opened.");
+constexpr char noLaunchAtLogin[] = QT_TRANSLATE_NOOP("vantrel", "Launch at login could not be changed.");
+constexpr char noHelp[] = QT_TRANSLATE_NOOP("vantrel", "The help could not be opened.");
+constexpr char noHelpInfo[] = QT_TRANSLATE_NOOP("vantrel", "No application opens it. The document is %1");
 } // namespace
 
 TrayCommands::TrayCommands(Surroundings surroundings) : _around(std::move(surroundings)) {
@@ -60,7 +63,7 @@ void TrayCommands::connectCaptures() {
     connect(&_around.menu, &Menu::captureAll5GHzRequested, this, [&captures] { captures.onCaptureAll5GHz(); });
     connect(&_around.menu, &Menu::captureAllRequested, this, [&captures] { captures.onCaptureAll(); });
     if (_around.customChannels == nullptr) {
-        _around.menu.setUnavailable(ui::outlets::captureCustomMenuItem, noCustomChannels);
+        _around.menu.setUnavailable(ui::outlets::captureCustomMenuItem, translated(noCustomChannels));
         return;
     }
     connect(&_around.menu, &Menu::captureCustomRequested, this,
@@ -70,8 +73,8 @@ void TrayCommands::connectCaptures() {
 void TrayCommands::connectWindows() {
     using Menu = ui::StatusMenu;
     if (_around.preferences == nullptr) {
-        _around.menu.setUnavailable(ui::outlets::preferencesMenuItem, noPreferences);
-        _around.menu.setUnavailable(ui::outlets::configureServicesMenuItem, noPreferences);
+        _around.menu.setUnavailable(ui::outlets::preferencesMenuItem, translated(noPreferences));
+        _around.menu.setUnavailable(ui::outlets::configureServicesMenuItem, translated(noPreferences));
         return;
     }
     connect(&_around.menu, &Menu::preferencesRequested, this, [this] { _around.preferences->showPreferences(); });
@@ -111,7 +114,7 @@ void TrayCommands::onLaunchAtLogin(bool launch) {
     _around.menu.setLaunchAtLogin(_around.loginItems.launchAtLogin());
     if (!changed) {
         qCWarning(lcMenu, "setLaunchAtLogin failed: %s", qUtf8Printable(changed.error().text()));
-        _around.dialogs.showCriticalAlertWithInfo(noLaunchAtLogin, changed.error().text());
+        _around.dialogs.showCriticalAlertWithInfo(translated(noLaunchAtLogin), changed.error().text());
     }
 }
 
@@ -119,11 +122,10 @@ void TrayCommands::onHelp() {
     const auto document = unpackHelpDocument();
     if (!document) {
         qCWarning(lcMenu, "unpackHelpDocument failed: %s", qUtf8Printable(document.error().text()));
-        _around.dialogs.showCriticalAlertWithInfo(noHelp, document.error().text());
+        _around.dialogs.showCriticalAlertWithInfo(translated(noHelp), document.error().text());
     } else if (!QDesktopServices::openUrl(QUrl::fromLocalFile(*document))) {
         qCWarning(lcMenu, "openUrl failed: %s", qUtf8Printable(*document));
-        _around.dialogs.showCriticalAlertWithInfo(
-            noHelp, QStringLiteral("No application opens it. The document is %1").arg(*document));
+        _around.dialogs.showCriticalAlertWithInfo(translated(noHelp), translated(noHelpInfo).arg(*document));
     }
 }
 

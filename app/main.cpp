@@ -1,5 +1,6 @@
 // The tray application.
 #include "app/AppDelegate.h"
+#include "app/Translations.h"
 #include "backend/WiFiBackend.h"
 #include "base/TerminationSignals.h"
 #include "services/SingleInstance.h"
@@ -27,6 +28,7 @@ int main(int argc, char** argv) {
     QApplication::setApplicationName(QStringLiteral("Vantrel"));
     QApplication::setDesktopFileName(QStringLiteral("vantrel"));
     QApplication::setApplicationVersion(QStringLiteral(VANTREL_VERSION));
+    installTranslations(QLocale::system());
     QApplication::setWindowIcon(ui::applicationIcon());
     QApplication::setQuitOnLastWindowClosed(false); // it lives in the tray
 

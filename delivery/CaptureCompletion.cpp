@@ -3,6 +3,7 @@
 #include "DeliveryTexts.h"
 #include "base/MainQueue.h"
 #include "base/SizeText.h"
+#include "base/Translated.h"
 #include "delivery/DeliveryDialogs.h"
 #include "delivery/FileMover.h"
 #include "delivery/FileOpener.h"
@@ -65,7 +66,7 @@ bool CaptureCompletion::saveCaptureFile(const CaptureToDeliver& capture, const Q
 // The new file is brought over before the older ones move up: when the destination is full, none has moved.
 Expected<void> CaptureCompletion::move(const CaptureToDeliver& capture, const QString& destination) {
     if (QFileInfo(destination).isDir()) {
-        return failure(destination, texts::isFolder);
+        return failure(destination, translated(texts::isFolder));
     }
     FileMove move(capture.path, QFileInfo(destination).path());
     if (move.needsCopy()) {
@@ -109,34 +110,31 @@ bool CaptureCompletion::isMainThread() const { return QThread::currentThread() =
 void CaptureCompletion::refuse(const CaptureToDeliver& capture, const Error& error) {
     qCWarning(lcDelivery, "%s stays where it is: %s", qUtf8Printable(capture.path), qUtf8Printable(error.text()));
     if (!capture.isRetry || !capture.isCapturing) {
-        const QLatin1StringView text = capture.isCapturing ? texts::saveFailedWhileCapturing : texts::saveFailedInfo;
-        showSaveAlertWithMessage(text.arg(error.text(), capture.path));
+        const char* text = capture.isCapturing ? texts::saveFailedWhileCapturing : texts::saveFailedInfo;
+        showSaveAlertWithMessage(translated(text).arg(error.text(), capture.path));
     }
 }
 
 void CaptureCompletion::showSaveAlertWithMessage(const QString& informativeText) {
     _around.mainQueue.post([&dialogs = _around.dialogs, informativeText] {
-        dialogs.showCriticalAlertWithInfo(texts::saveFailed, informativeText);
+        dialogs.showCriticalAlertWithInfo(translated(texts::saveFailed), informativeText);
     });
 }
 
 void CaptureCompletion::notify(const CaptureToDeliver& capture, const QString& destination) {
-    const auto frames = static_cast<unsigned long>(capture.totalFrames);
-    const QByteArray size = sizeText(capture.totalBytes).toUtf8();
-    UserNotification notification{.title = texts::completed,
+    UserNotification notification{.title = translated(texts::completed),
                                   .subtitle = {},
                                   .informativeText = {},
                                   .userInfo = {},
-                                  .otherButtonTitle = texts::dismiss};
+                                  .otherButtonTitle = translated(texts::dismiss)};
     if (!capture.isMultipleFileCapture) {
         notification.subtitle = QFileInfo(destination).fileName();
-        notification.informativeText = QString::asprintf(texts::framesAndSize, frames, size.constData());
+        notification.informativeText = texts::framesText(capture.totalFrames, capture.totalBytes);
         notification.userInfo = {{userinfo::Uploader, userinfo::LocalSingle}, {userinfo::Path, destination}};
     } else if (!capture.isCapturing) {
         notification.subtitle = capture.prefix;
-        notification.informativeText =
-            QString::asprintf(texts::filesFramesAndSize, static_cast<unsigned long>(capture.totalCaptureFiles),
-                              capture.totalCaptureFiles < 2 ? texts::file : texts::files, frames, size.constData());
+        notification.informativeText = texts::filesFramesText(static_cast<std::uint64_t>(capture.totalCaptureFiles),
+                                                              capture.totalFrames, capture.totalBytes);
         notification.userInfo = {{userinfo::Uploader, userinfo::LocalMultiple},
                                  {userinfo::Location, QDir(capture.location).filePath(capture.prefix)}};
     } else {

@@ -4,6 +4,7 @@
 #include "DeliveryTexts.h"
 #include "ReplyText.h"
 #include "UploadBody.h"
+#include "base/Translated.h"
 #include "settings/SettingsKeys.h"
 #include "settings/SettingsStore.h"
 
@@ -27,13 +28,15 @@ constexpr char connectionFailed[] = "Failed to upload capture data: %s";
 
 // Shown.
 const QString applianceError = QStringLiteral("%1.");
-const QString timedOut = QStringLiteral("The request timed out.");
-const QString connectionLost = QStringLiteral("The network connection was lost.");
-const QString notUnderstood = QStringLiteral("The server's answer could not be understood.");
-const QString fileBecameShorter = QStringLiteral("The file became shorter while it was uploaded.");
-const QString insecureRedirection = QStringLiteral("The server redirected the upload to an insecure address.");
-const QString unsupportedRedirection = QStringLiteral("The server redirected the upload to an unsupported address.");
-const QString tooManyRedirections = QStringLiteral("The server redirected the upload too many times.");
+constexpr char timedOut[] = QT_TRANSLATE_NOOP("vantrel", "The request timed out.");
+constexpr char connectionLost[] = QT_TRANSLATE_NOOP("vantrel", "The network connection was lost.");
+constexpr char notUnderstood[] = QT_TRANSLATE_NOOP("vantrel", "The server's answer could not be understood.");
+constexpr char fileBecameShorter[] = QT_TRANSLATE_NOOP("vantrel", "The file became shorter while it was uploaded.");
+constexpr char insecureRedirection[] =
+    QT_TRANSLATE_NOOP("vantrel", "The server redirected the upload to an insecure address.");
+constexpr char unsupportedRedirection[] =
+    QT_TRANSLATE_NOOP("vantrel", "The server redirected the upload to an unsupported address.");
+constexpr char tooManyRedirections[] = QT_TRANSLATE_NOOP("vantrel", "The server redirected the upload too many times.");
 
 const QByteArray location = QByteArrayLiteral("Location");
 const QByteArray put = QByteArrayLiteral("PUT");
@@ -158,7 +161,7 @@ void CloudSharkUploader::connectionDidTimeOut() {
     disconnect(_reply, nullptr, this, nullptr);
     disconnect(_reply, nullptr, &_silence, nullptr);
     _reply->abort();
-    connectionDidFail(timedOut);
+    connectionDidFail(translated(timedOut));
 }
 
 void CloudSharkUploader::connectionDidFail(const QString& reason) {
@@ -173,11 +176,11 @@ void CloudSharkUploader::follow(const QUrl& redirection) {
     const QUrl from = _reply->url();
     const QUrl to = from.resolved(redirection);
     if (redirection.isEmpty() || !to.isValid() || !isWeb(to) || to.host().isEmpty()) {
-        connectionDidFail(unsupportedRedirection);
+        connectionDidFail(translated(unsupportedRedirection));
     } else if (from.scheme() == QLatin1StringView("https") && to.scheme() != from.scheme()) {
-        connectionDidFail(insecureRedirection);
+        connectionDidFail(translated(insecureRedirection));
     } else if (++_redirections > mostRedirections) {
-        connectionDidFail(tooManyRedirections);
+        connectionDidFail(translated(tooManyRedirections));
     } else {
         send(statusCode() == 303 ? get : put, to);
     }
@@ -208,14 +211,14 @@ bool CloudSharkUploader::isConnectionFailure() const {
 QString CloudSharkUploader::failureReason() const {
     const auto error = _reply->error();
     if (_body != nullptr && _body->becameShorter()) {
-        return fileBecameShorter;
+        return translated(fileBecameShorter);
     }
     if (error == QNetworkReply::RemoteHostClosedError || error == QNetworkReply::UnknownNetworkError ||
         error == QNetworkReply::ContentReSendError) { // it was closed, and the library would have begun once more
-        return connectionLost;
+        return translated(connectionLost);
     }
     // Beyond the network's own errors the library's texts hold the address, and with it the token.
-    return error < QNetworkReply::ContentAccessDenied ? _reply->errorString() : notUnderstood;
+    return error < QNetworkReply::ContentAccessDenied ? _reply->errorString() : translated(notUnderstood);
 }
 
 UserInfo CloudSharkUploader::failureInfo(const QString& error) const {

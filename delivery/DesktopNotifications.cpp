@@ -1,6 +1,7 @@
 #include "delivery/DesktopNotifications.h"
 
 #include "AsyncCall.h"
+#include "base/Translated.h"
 #include "delivery/NotificationActivation.h"
 
 #include <QDBusError>
@@ -48,7 +49,8 @@ QString bodyOf(const UserNotification& notification, bool isMarkup) {
 QStringList actionsOf(const UserNotification& notification) {
     const QString uploader = notification.userInfo.value(userinfo::Uploader);
     const bool isLocal = uploader == userinfo::LocalSingle || uploader == userinfo::LocalMultiple;
-    const QString label = isLocal ? QStringLiteral("Show") : QStringLiteral("Open");
+    const QString label =
+        translated(isLocal ? QT_TRANSLATE_NOOP("vantrel", "Show") : QT_TRANSLATE_NOOP("vantrel", "Open"));
     QStringList actions{contentsKey, label, actionKey, label};
     if (!notification.otherButtonTitle.isEmpty()) {
         actions << dismissKey << notification.otherButtonTitle;

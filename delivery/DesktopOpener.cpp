@@ -1,6 +1,7 @@
 #include "delivery/FileOpener.h"
 
 #include "AsyncCall.h"
+#include "base/Translated.h"
 
 #include <QAbstractEventDispatcher>
 #include <QDBusConnection>
@@ -51,19 +52,19 @@ struct Opening {
 };
 
 // Why this path cannot be opened; nothing when it can.
-std::optional<QString> obstacle(const QString& path, const QString& kind, bool mustBeFolder = false) {
+std::optional<QString> obstacle(const QString& path, const char* kind, bool mustBeFolder = false) {
     struct stat status {};
     if (::stat(QFile::encodeName(path).constData(), &status) == 0) {
         return mustBeFolder && !S_ISDIR(status.st_mode)
-                   ? std::optional(QStringLiteral("\"%1\" is not a folder.").arg(path))
+                   ? std::optional(translated(QT_TRANSLATE_NOOP("vantrel", "\"%1\" is not a folder.")).arg(path))
                    : std::nullopt;
     }
     const int reason = errno;
     if (reason == ENOENT || reason == ENOTDIR) {
-        return QStringLiteral("The %1 \"%2\" no longer exists.").arg(kind, path);
+        return translated(QT_TRANSLATE_NOOP("vantrel", "The %1 \"%2\" no longer exists.")).arg(translated(kind), path);
     }
-    return QStringLiteral("The %1 \"%2\" cannot be reached: %3.")
-        .arg(kind, path, QString::fromLocal8Bit(std::strerror(reason)));
+    return translated(QT_TRANSLATE_NOOP("vantrel", "The %1 \"%2\" cannot be reached: %3."))
+        .arg(translated(kind), path, QString::fromLocal8Bit(std::strerror(reason)));
 }
 
 QByteArray uriOf(const QString& path) {
@@ -118,20 +119,23 @@ void launched(GObject* source, GAsyncResult* result, gpointer data) {
 }
 
 void DesktopOpener::openUrl(const QString& url) {
-    const Opening opening{QStringLiteral("Failed to open web page."), url, url.toUtf8(), std::exchange(_token, {})};
+    const Opening opening{translated(QT_TRANSLATE_NOOP("vantrel", "Failed to open web page.")), url, url.toUtf8(),
+                          std::exchange(_token, {})};
     const TextHandle scheme(g_uri_parse_scheme(opening.uri.constData()));
     const AppHandle browser(scheme ? g_app_info_get_default_for_uri_scheme(scheme.get()) : nullptr);
     if (!browser) {
         fail(opening.messageText,
-             QStringLiteral("No application is installed that opens the address \"%1\".").arg(url));
+             translated(QT_TRANSLATE_NOOP("vantrel", "No application is installed that opens the address \"%1\"."))
+                 .arg(url));
         return;
     }
     launch(browser.get(), opening);
 }
 
 void DesktopOpener::openFolder(const QString& path) {
-    const Opening opening{QStringLiteral("Failed to open folder."), path, uriOf(path), std::exchange(_token, {})};
-    if (const auto reason = obstacle(path, QStringLiteral("folder"), true)) {
+    const Opening opening{translated(QT_TRANSLATE_NOOP("vantrel", "Failed to open folder.")), path, uriOf(path),
+                          std::exchange(_token, {})};
+    if (const auto reason = obstacle(path, QT_TRANSLATE_NOOP("vantrel", "folder"), true)) {
         fail(opening.messageText, *reason);
         return;
     }
@@ -139,8 +143,9 @@ void DesktopOpener::openFolder(const QString& path) {
 }
 
 void DesktopOpener::revealFile(const QString& path) {
-    const Opening opening{QStringLiteral("Failed to show capture file."), path, uriOf(path), std::exchange(_token, {})};
-    if (const auto reason = obstacle(path, QStringLiteral("file"))) {
+    const Opening opening{translated(QT_TRANSLATE_NOOP("vantrel", "Failed to show capture file.")), path, uriOf(path),
+                          std::exchange(_token, {})};
+    if (const auto reason = obstacle(path, QT_TRANSLATE_NOOP("vantrel", "file"))) {
         fail(opening.messageText, *reason);
         return;
     }
@@ -150,10 +155,11 @@ void DesktopOpener::revealFile(const QString& path) {
 }
 
 void DesktopOpener::openFile(const QString& path, const QString& applicationPath) {
-    const Opening opening{QStringLiteral("Failed to open capture file."), path, uriOf(path), std::exchange(_token, {})};
-    auto reason = obstacle(path, QStringLiteral("file"));
+    const Opening opening{translated(QT_TRANSLATE_NOOP("vantrel", "Failed to open capture file.")), path, uriOf(path),
+                          std::exchange(_token, {})};
+    auto reason = obstacle(path, QT_TRANSLATE_NOOP("vantrel", "file"));
     if (!reason) {
-        reason = obstacle(applicationPath, QStringLiteral("application"));
+        reason = obstacle(applicationPath, QT_TRANSLATE_NOOP("vantrel", "application"));
     }
     if (reason) {
         fail(opening.messageText, *reason);
@@ -162,9 +168,11 @@ void DesktopOpener::openFile(const QString& path, const QString& applicationPath
     const QByteArray entry = QFile::encodeName(applicationPath);
     auto* const description = g_desktop_app_info_new_from_filename(entry.constData());
     if (description == nullptr) { // GLib does not say why
-        fail(opening.messageText, QStringLiteral("\"%1\" cannot be opened with \"%2\", which describes no application "
-                                                 "whose program is installed.")
-                                      .arg(path, applicationPath));
+        fail(opening.messageText,
+             translated(QT_TRANSLATE_NOOP("vantrel",
+                                          "\"%1\" cannot be opened with \"%2\", which describes no application "
+                                          "whose program is installed."))
+                 .arg(path, applicationPath));
         return;
     }
     const AppHandle application(G_APP_INFO(description));
@@ -194,7 +202,9 @@ void DesktopOpener::askFileManager(const char* method, const Opening& opening, c
 void DesktopOpener::openInFolderViewer(const Opening& folder) {
     const AppHandle viewer(g_app_info_get_default_for_type("inode/directory", FALSE));
     if (!viewer) {
-        fail(folder.messageText, QStringLiteral("No application is installed that shows \"%1\".").arg(folder.subject));
+        fail(folder.messageText,
+             translated(QT_TRANSLATE_NOOP("vantrel", "No application is installed that shows \"%1\"."))
+                 .arg(folder.subject));
         return;
     }
     launch(viewer.get(), folder);
@@ -227,7 +237,7 @@ void DesktopOpener::launchEnded(const Opening& opening, GAppInfo* application, b
         const QString why = error ? QString::fromUtf8(error->message) : QString();
         qCWarning(lcOpener, "g_app_info_launch_uris failed: %s", qUtf8Printable(why)); // no address: it may be secret
         fail(opening.messageText,
-             QStringLiteral("\"%1\" could not be opened with %2: %3")
+             translated(QT_TRANSLATE_NOOP("vantrel", "\"%1\" could not be opened with %2: %3"))
                  .arg(opening.subject, QString::fromUtf8(g_app_info_get_display_name(application)), why));
     }
 }

@@ -2,6 +2,7 @@
 
 #include "DeliveryTexts.h"
 #include "base/SizeText.h"
+#include "base/Translated.h"
 #include "delivery/UserNotification.h"
 
 #include <QDir>
@@ -54,17 +55,17 @@ UserNotification offer(const QDir& folder, const QFileInfoList& captures) {
     const QString size = sizeText(static_cast<std::uint64_t>(bytes));
     if (captures.size() == 1) {
         return {
-            .title = texts::leftOver,
+            .title = translated(texts::leftOver),
             .subtitle = captures.first().fileName(),
-            .informativeText = texts::leftOverInfo.arg(size),
+            .informativeText = translated(texts::leftOverInfo).arg(size),
             .userInfo = {{userinfo::Uploader, userinfo::LocalSingle}, {userinfo::Path, captures.first().filePath()}},
-            .otherButtonTitle = texts::dismiss};
+            .otherButtonTitle = translated(texts::dismiss)};
     }
-    return {.title = texts::leftOverSeveral,
+    return {.title = translated(texts::leftOverSeveral),
             .subtitle = folder.path(),
-            .informativeText = texts::leftOverSeveralInfo.arg(QString::number(captures.size()), size),
+            .informativeText = translated(texts::leftOverSeveralInfo).arg(QString::number(captures.size()), size),
             .userInfo = {{userinfo::Uploader, userinfo::LocalMultiple}, {userinfo::Location, folder.path()}},
-            .otherButtonTitle = texts::dismiss};
+            .otherButtonTitle = translated(texts::dismiss)};
 }
 
 } // namespace

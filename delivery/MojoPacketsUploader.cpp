@@ -3,6 +3,7 @@
 #include "DeliveryTexts.h"
 #include "ReplyText.h"
 #include "base/ChildProcess.h"
+#include "base/Translated.h"
 #include "settings/SettingsKeys.h"
 #include "settings/SettingsStore.h"
 
@@ -20,8 +21,8 @@ const QString filesField = QStringLiteral("files=@%1");
 
 // How the service's own failure reads when the account is unknown to it.
 constexpr QLatin1StringView unknownAccount{"\"TracefileController.apiHash\" is not defined"};
-const QString invalidCredentials = QStringLiteral("Invalid credentials.");
-const QString cannotContact = QStringLiteral("There was an error contacting the Mojo Packets API.");
+constexpr char invalidCredentials[] = QT_TRANSLATE_NOOP("vantrel", "Invalid credentials.");
+constexpr char cannotContact[] = QT_TRANSLATE_NOOP("vantrel", "There was an error contacting the Mojo Packets API.");
 } // namespace
 
 MojoPacketsUploader::MojoPacketsUploader(const SettingsStore& settings, QString pathToFile, QString curl)
@@ -94,7 +95,7 @@ MojoPacketsUploader::Outcome MojoPacketsUploader::outcomeOf(const QByteArray& ou
     const QJsonDocument document = QJsonDocument::fromJson(output);
     if (document.isNull()) {
         const bool isUnknown = QString::fromUtf8(output).contains(unknownAccount);
-        return failure(isUnknown ? invalidCredentials : cannotContact);
+        return failure(translated(isUnknown ? invalidCredentials : cannotContact));
     }
     const QJsonObject answer = document.object();
     const auto email = replyText(answer, userinfo::Email);

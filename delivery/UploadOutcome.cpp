@@ -3,6 +3,7 @@
 #include "DeliveryTexts.h"
 #include "ReplyText.h"
 #include "base/SizeText.h"
+#include "base/Translated.h"
 #include "delivery/CloudSharkUploader.h"
 #include "delivery/FileMover.h"
 
@@ -26,23 +27,23 @@ struct Service {
 
 std::optional<Service> serviceOf(const VantrelUploader& uploader) {
     if (const auto* cloudShark = dynamic_cast<const CloudSharkUploader*>(&uploader)) {
-        return Service{.succeeded = QStringLiteral("Capture successfully uploaded to CloudShark"),
-                       .failed = QStringLiteral("Failed to upload capture to CloudShark."),
+        return Service{.succeeded =
+                           translated(QT_TRANSLATE_NOOP("vantrel", "Capture successfully uploaded to CloudShark")),
+                       .failed = translated(QT_TRANSLATE_NOOP("vantrel", "Failed to upload capture to CloudShark.")),
                        .pathToFile = cloudShark->pathToFile(),
                        .isCloudShark = true};
     }
     if (const auto* mojoPackets = dynamic_cast<const MojoPacketsUploader*>(&uploader)) {
-        return Service{.succeeded = QStringLiteral("Capture successfully uploaded to Mojo Packets"),
-                       .failed = QStringLiteral("Failed to upload capture to Mojo Packets."),
+        return Service{.succeeded =
+                           translated(QT_TRANSLATE_NOOP("vantrel", "Capture successfully uploaded to Mojo Packets")),
+                       .failed = translated(QT_TRANSLATE_NOOP("vantrel", "Failed to upload capture to Mojo Packets.")),
                        .pathToFile = mojoPackets->pathToFile()};
     }
     return std::nullopt;
 }
 
 QString totalsText(const UploadOutcome::Totals& totals) {
-    return totals.frames == 0 ? QString()
-                              : QString::asprintf(texts::framesAndSize, static_cast<unsigned long>(totals.frames),
-                                                  qUtf8Printable(sizeText(totals.bytes)));
+    return totals.frames == 0 ? QString() : texts::framesText(totals.frames, totals.bytes);
 }
 } // namespace
 
@@ -79,7 +80,7 @@ void UploadOutcome::didUploadFile(VantrelUploader& uploader, const UserInfo& use
                                                .subtitle = userInfo.value(userinfo::FileName),
                                                .informativeText = totalsText(_around.lastCaptureTotals()),
                                                .userInfo = userInfo,
-                                               .otherButtonTitle = texts::dismiss});
+                                               .otherButtonTitle = translated(texts::dismiss)});
 }
 
 void UploadOutcome::didFail(VantrelUploader& uploader, const UserInfo& userInfo) {

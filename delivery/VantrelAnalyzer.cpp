@@ -1,4 +1,5 @@
 #include "delivery/VantrelAnalyzer.h"
+#include "base/Translated.h"
 
 #include <QFile>
 #include <QPointer>
@@ -28,11 +29,14 @@ QString decoded(const QByteArray& bytes) {
 
 QString whyNotStarted(const QString& interpreter, const Error& error) {
     if (QFile::exists(interpreter)) {
-        return QStringLiteral("The Python interpreter %1 cannot be started: %2.").arg(interpreter, error.why);
+        return translated(QT_TRANSLATE_NOOP("vantrel", "The Python interpreter %1 cannot be started: %2."))
+            .arg(interpreter, error.why);
     }
-    const QString missing = QStringLiteral("The Python interpreter %1 is not installed.").arg(interpreter);
+    const QString missing =
+        translated(QT_TRANSLATE_NOOP("vantrel", "The Python interpreter %1 is not installed.")).arg(interpreter);
     return interpreter == VantrelAnalyzer::systemInterpreter()
-               ? missing + QStringLiteral(" On Debian, the package python-is-python3 provides it.")
+               ? missing +
+                     translated(QT_TRANSLATE_NOOP("vantrel", " On Debian, the package python-is-python3 provides it."))
                : missing;
 }
 

@@ -1,6 +1,7 @@
 // The packet queue's part: limits, rotation and writing.
 #include "CaptureTexts.h"
 #include "base/MainQueue.h"
+#include "base/Translated.h"
 #include "engine/CaptureSession.h"
 #include "engine/PacketQueue.h"
 #include "settings/Defaults.h"
@@ -159,7 +160,8 @@ void CaptureSession::recordWriteError() {
     _writeFailed = true;
     _captureFile->close(); // cuts it back to its whole records and counts them
     const Error& error = *_captureFile->writeError();
-    _writeErrorText = QString(texts::writeFailedInfo).arg(_captureFile->path(), error.why).arg(_captureFile->frames());
+    _writeErrorText =
+        translated(texts::writeFailedInfo).arg(_captureFile->path(), error.why).arg(_captureFile->frames());
 }
 
 } // namespace vantrel

@@ -3,6 +3,7 @@
 
 #include "CaptureTexts.h"
 #include "base/MainQueue.h"
+#include "base/Translated.h"
 #include "engine/CaptureDevice.h"
 #include "engine/PacketQueue.h"
 #include "engine/TemporaryFolder.h"
@@ -47,14 +48,14 @@ bool CaptureSession::prepareCapture() {
     if (_state == State::Ending) {
         // The save panel stands open, or a long file is on its way: the commands are enabled, so nobody may click in
         // vain.
-        _around.dialogs.showCriticalAlertWithInfo(texts::stillSaving, texts::stillSavingInfo);
+        _around.dialogs.showCriticalAlertWithInfo(translated(texts::stillSaving), translated(texts::stillSavingInfo));
     }
     if (_state != State::Idle || _preparing) {
         return false;
     }
     const auto folder = temporaryFolder();
     if (!folder) {
-        _around.dialogs.showCriticalAlertWithInfo(texts::noFolder, folder.error().text());
+        _around.dialogs.showCriticalAlertWithInfo(translated(texts::noFolder), folder.error().text());
         return false;
     }
     _temporaryFolder = *folder;
@@ -235,7 +236,7 @@ std::optional<CaptureSession::Alert> CaptureSession::keepCapture(bool reconnecti
     }
     std::optional<Alert> alert;
     if (_writeFailed) {
-        alert = Alert{texts::writeFailed, _writeErrorText};
+        alert = Alert{translated(texts::writeFailed), _writeErrorText};
     }
     if (file && file->frames() > 0) {
         finalizeCaptureFile(reconnecting);
@@ -244,7 +245,7 @@ std::optional<CaptureSession::Alert> CaptureSession::keepCapture(bool reconnecti
             file->remove();
         }
         if (!alert) {
-            alert = Alert{texts::noFrames, texts::noFramesInfo};
+            alert = Alert{translated(texts::noFrames), translated(texts::noFramesInfo)};
         }
     }
     replaceCaptureFile(nullptr);

@@ -1,6 +1,7 @@
 // The capture thread's part: the whole life of the device, from open to close.
 #include "CaptureTexts.h"
 #include "base/MainQueue.h"
+#include "base/Translated.h"
 #include "engine/CaptureDevice.h"
 #include "engine/CaptureSession.h"
 #include "engine/PacketQueue.h"
@@ -39,8 +40,10 @@ bool CaptureSession::openDevice() {
     if (const int status = device->activate(); status != 0) {
         qCWarning(lcCapture, texts::pcapActivateFailed, device->creationError());
         qCInfo(lcCapture, "pcap_activate() answered %d: %s", status, qUtf8Printable(device->errorText()));
-        _around.mainQueue.postAndWait(
-            [this] { _around.dialogs.showCriticalAlertWithInfo(texts::noPermission, texts::noPermissionInfo); });
+        _around.mainQueue.postAndWait([this] {
+            _around.dialogs.showCriticalAlertWithInfo(translated(texts::noPermission),
+                                                      translated(texts::noPermissionInfo));
+        });
         closeDevice();
         return false;
     }

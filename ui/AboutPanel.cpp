@@ -1,6 +1,7 @@
 #include "ui/AboutPanel.h"
 
 #include "Drawing.h"
+#include "base/Translated.h"
 #include "ui/ApplicationIcon.h"
 
 #include <QDialogButtonBox>
@@ -17,6 +18,12 @@ namespace {
 constexpr int iconSize = 64;
 constexpr int widthInLetters = 56;
 constexpr int heightInLines = 20;
+constexpr char title[] = QT_TRANSLATE_NOOP("vantrel", "About Vantrel");
+constexpr char iconName[] = QT_TRANSLATE_NOOP("vantrel", "The icon of Vantrel");
+constexpr char creditsName[] = QT_TRANSLATE_NOOP("vantrel", "Credits");
+// A translation names the document in its language.
+constexpr char creditsDocument[] = QT_TRANSLATE_NOOP("vantrel", "Credits.html");
+constexpr char versionText[] = QT_TRANSLATE_NOOP("vantrel", "Version %1");
 
 QLabel* centred(const QString& text) {
     auto* label = new QLabel(text);
@@ -27,17 +34,17 @@ QLabel* centred(const QString& text) {
 } // namespace
 
 AboutPanel::AboutPanel(const QString& version) : _credits(new QTextBrowser) {
-    setWindowTitle(QStringLiteral("About Vantrel"));
+    setWindowTitle(translated(title));
     auto* icon = new QLabel;
     icon->setPixmap(applicationIcon().pixmap(iconSize));
     icon->setAlignment(Qt::AlignHCenter);
-    icon->setAccessibleName(QStringLiteral("The icon of Vantrel"));
+    icon->setAccessibleName(translated(iconName));
     QLabel* name = centred(QStringLiteral("Vantrel"));
     QFont large = name->font();
     large.setPointSizeF(QFontInfo(large).pointSizeF() * 1.5);
     large.setBold(true);
     name->setFont(large);
-    _credits->setAccessibleName(QStringLiteral("Credits"));
+    _credits->setAccessibleName(translated(creditsName));
     const QFontMetrics letters = fontMetrics();
     _credits->setMinimumSize(widthInLetters * letters.averageCharWidth(), heightInLines * letters.lineSpacing());
     auto* buttons = new QDialogButtonBox(QDialogButtonBox::Close);
@@ -45,7 +52,7 @@ AboutPanel::AboutPanel(const QString& version) : _credits(new QTextBrowser) {
     auto* layout = new QVBoxLayout(this);
     layout->addWidget(icon);
     layout->addWidget(name);
-    layout->addWidget(centred(QStringLiteral("Version %1").arg(version)));
+    layout->addWidget(centred(translated(versionText).arg(version)));
     layout->addWidget(_credits);
     layout->addWidget(buttons);
     showCredits();
@@ -59,7 +66,7 @@ void AboutPanel::orderFront() {
 
 // All of it in the colour and the font of a label; what is bold stays so.
 void AboutPanel::showCredits() {
-    _credits->setHtml(QString::fromUtf8(resource(QStringLiteral("Credits.html"))));
+    _credits->setHtml(QString::fromUtf8(resource(translated(creditsDocument))));
     QTextCharFormat label;
     label.setForeground(palette().color(QPalette::Active, QPalette::WindowText));
     label.setFontFamilies({font().family()});

@@ -1,6 +1,7 @@
 #include "ui/Alerts.h"
 
 #include "Presenting.h"
+#include "base/Translated.h"
 
 #include <QCheckBox>
 #include <QDir>
@@ -40,21 +41,22 @@ Answer ask(const Question& question) {
 
 bool showBetaNotice() {
     return ask({.style = Question::Style::Informational,
-                .messageText = QStringLiteral("This is a beta version of Vantrel."),
-                .informativeText = QStringLiteral(
-                    "This copy is provided \"AS IS\" without warranty of any kind, for testing purposes only."),
-                .firstButton = QStringLiteral("Accept"),
-                .secondButton = QStringLiteral("Quit")})
+                .messageText = translated(QT_TRANSLATE_NOOP("vantrel", "This is a beta version of Vantrel.")),
+                .informativeText = translated(QT_TRANSLATE_NOOP(
+                    "vantrel",
+                    "This copy is provided \"AS IS\" without warranty of any kind, for testing purposes only.")),
+                .firstButton = translated(QT_TRANSLATE_NOOP("vantrel", "Accept")),
+                .secondButton = translated(QT_TRANSLATE_NOOP("vantrel", "Quit"))})
         .isFirstButton;
 }
 
 std::optional<QString> askForFolder() {
     QFileDialog panel;
-    panel.setWindowTitle(QStringLiteral("Select a Folder"));
+    panel.setWindowTitle(translated(QT_TRANSLATE_NOOP("vantrel", "Select a Folder")));
     panel.setFileMode(QFileDialog::Directory);
     panel.setOption(QFileDialog::ShowDirsOnly);
     panel.setDirectory(QDir::homePath());
-    panel.setLabelText(QFileDialog::Accept, QStringLiteral("Select"));
+    panel.setLabelText(QFileDialog::Accept, translated(QT_TRANSLATE_NOOP("vantrel", "Select")));
     orderFrontModally(panel);
     if (panel.exec() != QDialog::Accepted || panel.selectedFiles().isEmpty()) {
         return std::nullopt;

@@ -1,6 +1,7 @@
 #include "ui/DeliveryPanels.h"
 
 #include "Presenting.h"
+#include "base/Translated.h"
 #include "ui_TagsView.h"
 
 #include <QDir>
@@ -25,12 +26,12 @@ QString firstFolder() {
 }
 
 void prepareSavePanel(QFileDialog& panel, const QString& fileName) {
-    panel.setWindowTitle(QStringLiteral("Save Capture File"));
+    panel.setWindowTitle(translated(QT_TRANSLATE_NOOP("vantrel", "Save Capture File")));
     panel.setAcceptMode(QFileDialog::AcceptSave);
     panel.setFileMode(QFileDialog::AnyFile);
-    panel.setNameFilter(QStringLiteral("Capture files (*.%1)").arg(captureSuffix));
+    panel.setNameFilter(translated(QT_TRANSLATE_NOOP("vantrel", "Capture files (*.%1)")).arg(captureSuffix));
     panel.setDefaultSuffix(captureSuffix);
-    panel.setLabelText(QFileDialog::Accept, QStringLiteral("Save"));
+    panel.setLabelText(QFileDialog::Accept, translated(QT_TRANSLATE_NOOP("vantrel", "Save")));
     panel.setDirectory(firstFolder());
     panel.selectFile(fileName);
 }
@@ -106,11 +107,12 @@ void askForSavePath(const QString& fileName, std::function<void(const QString& p
 
 void askForCaptureToUpload(bool asksForTags, std::function<void(const UploadDialogs::FileToUpload& file)> chosen) {
     auto* panel = new QFileDialog;
-    panel->setWindowTitle(QStringLiteral("Upload Capture File"));
+    panel->setWindowTitle(translated(QT_TRANSLATE_NOOP("vantrel", "Upload Capture File")));
     panel->setFileMode(QFileDialog::ExistingFile);
     panel->setOption(QFileDialog::HideNameFilterDetails); // too many to be read
-    panel->setNameFilter(QStringLiteral("Capture files (*.cap *.CAP *.pcap *.PCAP *.pcapng *.PCAPNG *.wcap *.WCAP)"));
-    panel->setLabelText(QFileDialog::Accept, QStringLiteral("Upload"));
+    panel->setNameFilter(translated(
+        QT_TRANSLATE_NOOP("vantrel", "Capture files (*.cap *.CAP *.pcap *.PCAP *.pcapng *.PCAPNG *.wcap *.WCAP)")));
+    panel->setLabelText(QFileDialog::Accept, translated(QT_TRANSLATE_NOOP("vantrel", "Upload")));
     panel->setDirectory(firstFolder());
     const TagsView* tagsView = nullptr;
     if (asksForTags) {
@@ -138,11 +140,11 @@ UploadDialogs::Choice askAboutFailedUpload(const QString& messageText, const QSt
     alert.setIcon(QMessageBox::Warning);
     setTexts(alert, messageText, informativeText);
     // Each desktop orders buttons by their roles; those of this one stay everywhere in the order of their adding.
-    QPushButton* retry = alert.addButton(QStringLiteral("Retry"), QMessageBox::ActionRole);
-    QPushButton* cancel = alert.addButton(QStringLiteral("Cancel"), QMessageBox::ActionRole);
+    QPushButton* retry = alert.addButton(translated(QT_TRANSLATE_NOOP("vantrel", "Retry")), QMessageBox::ActionRole);
+    QPushButton* cancel = alert.addButton(translated(QT_TRANSLATE_NOOP("vantrel", "Cancel")), QMessageBox::ActionRole);
     QPushButton* saveAs = nullptr;
     if (offersSaveAs) {
-        saveAs = alert.addButton(QStringLiteral("Save As..."), QMessageBox::ActionRole);
+        saveAs = alert.addButton(translated(QT_TRANSLATE_NOOP("vantrel", "Save As...")), QMessageBox::ActionRole);
     }
     alert.setDefaultButton(retry);
     alert.setEscapeButton(cancel);

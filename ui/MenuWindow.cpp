@@ -1,5 +1,6 @@
 #include "ui/MenuWindow.h"
 
+#include "base/Translated.h"
 #include "ui/MenuOutlets.h"
 #include "ui/StatusItem.h"
 #include "ui/StatusMenu.h"
@@ -15,8 +16,8 @@ namespace vantrel::ui {
 
 namespace {
 const QString windowName = QStringLiteral("Vantrel");
-const QString reason = QStringLiteral("This desktop shows no tray, so the menu is here.");
-const QString buttonTitle = QStringLiteral("&Menu");
+constexpr char reason[] = QT_TRANSLATE_NOOP("vantrel", "This desktop shows no tray, so the menu is here.");
+constexpr char buttonTitle[] = QT_TRANSLATE_NOOP("vantrel", "&Menu");
 constexpr int margin = 18; // pixels, as around the progress panel
 } // namespace
 
@@ -24,7 +25,7 @@ MenuWindow::MenuWindow(StatusItem& item, StatusMenu& menu, std::chrono::millisec
     setWindowTitle(windowName);
     auto* status = new QLabel(item.toolTip());
     status->setTextFormat(Qt::PlainText);
-    auto* button = new QPushButton(buttonTitle);
+    auto* button = new QPushButton(translated(buttonTitle));
     // Not setMenu(): a button that is pressed by a screen reader would not answer it until that menu is closed.
     connect(button, &QPushButton::clicked, this, [button, shown = menu.menu()] {
         shown->popup(button->mapToGlobal(button->rect().bottomLeft()));
@@ -32,7 +33,7 @@ MenuWindow::MenuWindow(StatusItem& item, StatusMenu& menu, std::chrono::millisec
     });
     auto* layout = new QVBoxLayout(this);
     layout->addWidget(status);
-    layout->addWidget(new QLabel(reason));
+    layout->addWidget(new QLabel(translated(reason)));
     layout->addWidget(button);
     layout->setContentsMargins(margin, margin, margin, margin);
     layout->setSpacing(margin / 2);

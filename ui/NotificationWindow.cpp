@@ -1,5 +1,6 @@
 #include "ui/NotificationWindow.h"
 
+#include "base/Translated.h"
 #include "ui/ApplicationIcon.h"
 
 #include <QApplication>
@@ -69,7 +70,8 @@ NotificationWindow::NotificationWindow(const UserNotification& notification, std
         std::clamp(title->fontMetrics().horizontalAdvance(notification.title) + 1, width, 2 * width));
 
     auto* buttons = new QDialogButtonBox;
-    QPushButton* shows = buttons->addButton(QStringLiteral("&Show"), QDialogButtonBox::AcceptRole);
+    QPushButton* shows =
+        buttons->addButton(translated(QT_TRANSLATE_NOOP("vantrel", "&Show")), QDialogButtonBox::AcceptRole);
     QPushButton* dismisses = buttons->addButton(u'&' + notification.otherButtonTitle, QDialogButtonBox::RejectRole);
     connect(buttons, &QDialogButtonBox::rejected, this, &QDialog::close);
     connect(shows, &QPushButton::clicked, this, [this, show = std::move(show)] {

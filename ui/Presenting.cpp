@@ -1,4 +1,5 @@
 #include "Presenting.h"
+#include "base/Translated.h"
 
 #include <QCheckBox>
 #include <QCursor>
@@ -59,7 +60,7 @@ void setTexts(QMessageBox& alert, const QString& messageText, const QString& inf
 }
 
 QCheckBox* addSuppression(QMessageBox& alert) {
-    auto* suppression = new QCheckBox(QStringLiteral("Do not show this message again"));
+    auto* suppression = new QCheckBox(translated(QT_TRANSLATE_NOOP("vantrel", "Do not show this message again")));
     alert.setCheckBox(suppression);
     return suppression;
 }

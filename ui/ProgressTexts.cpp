@@ -1,19 +1,25 @@
 #include "ui/ProgressTexts.h"
 
 #include "base/SizeText.h"
+#include "base/Translated.h"
+
+#include <QStringList>
 
 #include <QStringList>
 
 namespace vantrel::ui {
 
 namespace {
-constexpr char capturingOn[] = "Capturing on Channel %ld (%ld MHz)";
-constexpr QLatin1StringView singleFile{"Frames: %1 (%2)"};
-constexpr QLatin1StringView severalFiles{"File %1 out of %2, frames: %3 (%4)"};
-constexpr QLatin1StringView droppedFrame{"1 frame lost: it came faster than this computer could take it."};
-constexpr QLatin1StringView droppedFrames{"%1 frames lost: they came faster than this computer could take them."};
-constexpr QLatin1StringView unwrittenFrame{"1 frame lost: the full capture file cannot be saved."};
-constexpr QLatin1StringView unwrittenFrames{"%1 frames lost: the full capture file cannot be saved."};
+constexpr char capturingOn[] = QT_TRANSLATE_NOOP("vantrel", "Capturing on Channel %ld (%ld MHz)");
+constexpr char singleFile[] = QT_TRANSLATE_NOOP("vantrel", "Frames: %1 (%2)");
+constexpr char severalFiles[] = QT_TRANSLATE_NOOP("vantrel", "File %1 out of %2, frames: %3 (%4)");
+constexpr char droppedFrame[] =
+    QT_TRANSLATE_NOOP("vantrel", "1 frame lost: it came faster than this computer could take it.");
+constexpr char droppedFrames[] =
+    QT_TRANSLATE_NOOP("vantrel", "%1 frames lost: they came faster than this computer could take them.");
+constexpr char unwrittenFrame[] = QT_TRANSLATE_NOOP("vantrel", "1 frame lost: the full capture file cannot be saved.");
+constexpr char unwrittenFrames[] =
+    QT_TRANSLATE_NOOP("vantrel", "%1 frames lost: the full capture file cannot be saved.");
 
 constexpr double indeterminate = -1;
 
@@ -21,24 +27,26 @@ double percent(double part, double whole) { return whole > 0 ? part * 100 / whol
 } // namespace
 
 QString windowTitle(long channelNumber, long channelWidthMHz) {
-    return QString::asprintf(capturingOn, channelNumber, channelWidthMHz);
+    return QString::asprintf(translated(capturingOn).toUtf8().constData(), channelNumber, channelWidthMHz);
 }
 
 QString messageText(std::uint64_t frames, std::uint64_t bytes) {
-    return singleFile.arg(QString::number(frames), sizeText(bytes));
+    return translated(singleFile).arg(QString::number(frames), sizeText(bytes));
 }
 
 QString messageText(std::uint64_t file, std::uint64_t files, std::uint64_t frames, std::uint64_t bytes) {
-    return severalFiles.arg(QString::number(file), QString::number(files), QString::number(frames), sizeText(bytes));
+    return translated(severalFiles)
+        .arg(QString::number(file), QString::number(files), QString::number(frames), sizeText(bytes));
 }
 
 QString droppedFramesText(std::uint64_t frames, std::uint64_t notWritten) {
     QStringList lines;
     if (frames > 0) {
-        lines << (frames == 1 ? QString(droppedFrame) : droppedFrames.arg(QString::number(frames)));
+        lines << (frames == 1 ? translated(droppedFrame) : translated(droppedFrames).arg(QString::number(frames)));
     }
     if (notWritten > 0) {
-        lines << (notWritten == 1 ? QString(unwrittenFrame) : unwrittenFrames.arg(QString::number(notWritten)));
+        lines << (notWritten == 1 ? translated(unwrittenFrame)
+                                  : translated(unwrittenFrames).arg(QString::number(notWritten)));
     }
     return lines.join(u'\n');
 }

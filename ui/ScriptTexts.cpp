@@ -1,4 +1,5 @@
 #include "ScriptTexts.h"
+#include "base/Translated.h"
 
 #include <algorithm>
 
@@ -16,7 +17,7 @@ QString shownOutput(const QString& output) {
         return output;
     }
     return output.left(shownCharacters) +
-           QStringLiteral("\n… and %1 characters more.").arg(output.size() - shownCharacters);
+           translated(QT_TRANSLATE_NOOP("vantrel", "\n… and %1 characters more.")).arg(output.size() - shownCharacters);
 }
 
 QString endOfErrors(const QString& errors) {

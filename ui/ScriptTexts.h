@@ -1,23 +1,25 @@
 // What the script panel says.
 #pragma once
 
+#include <QCoreApplication>
 #include <QString>
 
 namespace vantrel::ui {
 
 namespace texts {
-inline const QString launch = QStringLiteral("&Launch");
-inline const QString launchTip = QStringLiteral("Run the chosen script on the capture");
-inline const QString stop = QStringLiteral("&Stop");
-inline const QString stopTip = QStringLiteral("End the script; nothing more is told of it");
-inline const QString chooserTitle = QStringLiteral("Choose a Script");
-inline const QString chooserFilter = QStringLiteral("Python scripts (*.py)");
-inline const QString chooserPrompt = QStringLiteral("Launch");
-inline const QString missing = QStringLiteral("The script does not exist.");
-inline const QString missingInfo = QStringLiteral("The script '%1' cannot be found.");
-inline const QString noOutput = QStringLiteral("No output was produced.");
-inline const QString noOutputInfo = QStringLiteral("The script terminated successfully but no output was produced.");
-inline const QString failed = QStringLiteral("The script failed to run.");
+inline constexpr char launch[] = QT_TRANSLATE_NOOP("vantrel", "&Launch");
+inline constexpr char launchTip[] = QT_TRANSLATE_NOOP("vantrel", "Run the chosen script on the capture");
+inline constexpr char stop[] = QT_TRANSLATE_NOOP("vantrel", "&Stop");
+inline constexpr char stopTip[] = QT_TRANSLATE_NOOP("vantrel", "End the script; nothing more is told of it");
+inline constexpr char chooserTitle[] = QT_TRANSLATE_NOOP("vantrel", "Choose a Script");
+inline constexpr char chooserFilter[] = QT_TRANSLATE_NOOP("vantrel", "Python scripts (*.py)");
+inline constexpr char chooserPrompt[] = QT_TRANSLATE_NOOP("vantrel", "Launch");
+inline constexpr char missing[] = QT_TRANSLATE_NOOP("vantrel", "The script does not exist.");
+inline constexpr char missingInfo[] = QT_TRANSLATE_NOOP("vantrel", "The script '%1' cannot be found.");
+inline constexpr char noOutput[] = QT_TRANSLATE_NOOP("vantrel", "No output was produced.");
+inline constexpr char noOutputInfo[] =
+    QT_TRANSLATE_NOOP("vantrel", "The script terminated successfully but no output was produced.");
+inline constexpr char failed[] = QT_TRANSLATE_NOOP("vantrel", "The script failed to run.");
 inline const QString outputExtension = QStringLiteral(".out");
 } // namespace texts
 

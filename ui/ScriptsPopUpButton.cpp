@@ -1,6 +1,7 @@
 #include "ScriptsPopUpButton.h"
 
 #include "Drawing.h"
+#include "base/Translated.h"
 
 #include <QAbstractItemView>
 #include <QKeyEvent>
@@ -21,7 +22,7 @@ constexpr std::array openingKeys{Qt::Key_Up,  Qt::Key_Down,  Qt::Key_PageUp, Qt:
 ScriptsPopUpButton::ScriptsPopUpButton(QWidget* parent) : QComboBox(parent) {
     setSizeAdjustPolicy(QComboBox::AdjustToMinimumContentsLengthWithIcon);
     setMinimumContentsLength(letters);
-    setPlaceholderText(QStringLiteral("No script"));
+    setPlaceholderText(translated(QT_TRANSLATE_NOOP("vantrel", "No script")));
     view()->setTextElideMode(Qt::ElideMiddle);
     connect(this, &QComboBox::activated, this, [this](int index) {
         if (itemData(index).toString().isEmpty()) {
@@ -41,7 +42,7 @@ void ScriptsPopUpButton::setScripts(const QStringList& paths) {
     }
     if (!paths.isEmpty()) {
         insertSeparator(count());
-        addItem(QStringLiteral("Clear"));
+        addItem(translated(QT_TRANSLATE_NOOP("vantrel", "Clear")));
     }
     setCurrentIndex(paths.isEmpty() ? -1 : 0);
     setToolTip(selectedScript());

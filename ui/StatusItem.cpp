@@ -3,6 +3,7 @@
 #include "Glyph.h"
 #include "TrayColour.h"
 #include "TrayHost.h"
+#include "base/Translated.h"
 
 #include <QApplication>
 #include <QCursor>
@@ -14,7 +15,7 @@ namespace vantrel::ui {
 
 namespace {
 const QString applicationName = QStringLiteral("Vantrel");
-const QString capturingMark = QStringLiteral("capturing");
+constexpr char capturingMark[] = QT_TRANSLATE_NOOP("vantrel", "capturing");
 
 // In an XEmbed tray the item is a window, of a class that Qt keeps to itself, and without a name for screen readers.
 void nameXEmbedWindow(const QString& name) {
@@ -70,7 +71,7 @@ QString StatusItem::toolTip() const {
         parts << title;
     }
     if (_capturing) {
-        parts << capturingMark;
+        parts << translated(capturingMark);
     }
     QString text = applicationName;
     if (!parts.isEmpty()) {

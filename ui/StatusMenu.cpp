@@ -1,6 +1,7 @@
 #include "ui/StatusMenu.h"
 
 #include "MenuTexts.h"
+#include "base/Translated.h"
 #include "ui/MenuOutlets.h"
 #include "wifi/ChannelTitle.h"
 
@@ -39,7 +40,7 @@ QString forWidget(QString name) { return name.replace(u'&', QStringLiteral("&&")
 // The same in a menu that travels over D-Bus. com.canonical.dbusmenu marks the key with "_", and "__" is the character.
 // Qt turns the first "&" of a title into that mark and sends the others as they are, so a title whose name holds one
 // gets a key of its own at the front.
-QString forDBus(QStringView title, QString name) {
+QString forDBus(const QString& title, QString name) {
     const bool marksKey = name.contains(u'&');
     name.replace(u'_', QStringLiteral("__"));
     return (marksKey ? QStringLiteral("&") : QString()) + title.arg(name);
@@ -151,14 +152,15 @@ void StatusMenu::fillCaptureOther(QMenu& menu, int band, const std::vector<CWCha
         item->setToolTip(channelTitle(channel)); // a long menu takes several columns, away from its headings
         connect(item, &QAction::triggered, this, [this, channel] { Q_EMIT captureOtherRequested(channel); });
     }
-    setUnavailable(*menu.menuAction(), empty ? texts::noChannels.toString() : QString());
+    setUnavailable(*menu.menuAction(), empty ? translated(texts::noChannels) : QString());
 }
 
 void StatusMenu::populateLinkLayerHeaderSubmenu(const std::vector<LinkLayerHeader>& offered, int chosenDlt) {
     _linkLayerHeaders->clear();
     for (const LinkLayerHeader& type : offered) {
-        const QString title = type.description.isEmpty() ? texts::unnamedLinkLayerHeader.arg(QString::number(type.dlt))
-                                                         : forWidget(type.description);
+        const QString title = type.description.isEmpty()
+                                  ? translated(texts::unnamedLinkLayerHeader).arg(QString::number(type.dlt))
+                                  : forWidget(type.description);
         QAction* item = newChoice(*_linkLayerHeaders, title, type.dlt);
         _linkLayerHeaders->addAction(item);
         connect(item, &QAction::triggered, this, [this, dlt = type.dlt] {
@@ -178,19 +180,21 @@ void StatusMenu::updateStatusMenu(const MenuState& state) {
     const bool associated = state.powerOn && state.associated;
     showItems(state.powerOn);
     item(outlets::statusMenuItem)
-        ->setText((!state.powerOn ? texts::off
-                   : associated   ? texts::associated
-                                  : texts::notAssociated)
-                      .toString());
-    item(outlets::turnOnOffMenuItem)->setText((state.powerOn ? texts::turnOff : texts::turnOn).toString());
+        ->setText(translated(!state.powerOn ? texts::off
+                             : associated   ? texts::associated
+                                            : texts::notAssociated));
+    item(outlets::turnOnOffMenuItem)->setText(translated(state.powerOn ? texts::turnOff : texts::turnOn));
     item(outlets::disassociateMenuItem)->setVisible(associated);
     if (associated) {
         _ssid = state.ssid;
         updateDisconnectTitle();
     }
-    const QStringView band = state.channel.channelBand == bandTwoDotFourGHz ? texts::band2Dot4GHz : texts::band5GHz;
-    item(outlets::channelMenuItem)->setText(texts::channelLine.arg(QString::number(state.channel.channelNumber), band));
-    item(outlets::channelWidthMenuItem)->setText(texts::channelWidthLine.arg(QString::number(state.channelWidthMHz)));
+    const QString band =
+        translated(state.channel.channelBand == bandTwoDotFourGHz ? texts::band2Dot4GHz : texts::band5GHz);
+    item(outlets::channelMenuItem)
+        ->setText(translated(texts::channelLine).arg(QString::number(state.channel.channelNumber), band));
+    item(outlets::channelWidthMenuItem)
+        ->setText(translated(texts::channelWidthLine).arg(QString::number(state.channelWidthMHz)));
     _channel = state.channel;
     checkOnly(*_channels, _channel.channelNumber);
     checkOnly(*_channelWidths, _channel.channelWidth);
@@ -262,8 +266,8 @@ void StatusMenu::setItemEnabled(QAction* item, bool enabled) {
 
 void StatusMenu::updateDisconnectTitle() {
     item(outlets::disassociateMenuItem)
-        ->setText(_menu.isVisible() ? texts::disconnectFrom.arg(forWidget(_ssid))
-                                    : forDBus(texts::disconnectFrom, _ssid));
+        ->setText(_menu.isVisible() ? translated(texts::disconnectFrom).arg(forWidget(_ssid))
+                                    : forDBus(translated(texts::disconnectFrom), _ssid));
 }
 
 // The lines that only tell something are disabled, and many styles draw such text too faint to be read.

@@ -1,5 +1,6 @@
 // The layout of the menu: what stands in it before the adapter is known, and in which order.
 #include "MenuTexts.h"
+#include "base/Translated.h"
 #include "ui/MenuOutlets.h"
 #include "ui/StatusMenu.h"
 
@@ -82,7 +83,7 @@ void StatusMenu::addWiFiCommands() {
 
 void StatusMenu::addApplicationCommands() {
     addCommand(_menu, outlets::preferencesMenuItem, texts::preferences, &StatusMenu::preferencesRequested);
-    QAction* launch = _menu.addAction(texts::launchAtLogin.toString());
+    QAction* launch = _menu.addAction(translated(texts::launchAtLogin));
     nameItem(*launch, outlets::launchAtLoginMenuItem);
     _items.insert(launch->objectName(), launch);
     launch->setCheckable(true);
@@ -96,7 +97,7 @@ void StatusMenu::addApplicationCommands() {
 
 // A line that only tells something. A host on D-Bus shows no titles on separators, so headings are such lines too.
 QAction* StatusMenu::addLine(QMenu& menu, QStringView title) {
-    QAction* line = menu.addAction(title.toString());
+    QAction* line = menu.addAction(translated(title));
     line->setEnabled(false);
     return line;
 }
@@ -115,7 +116,7 @@ void StatusMenu::addSeparator(QLatin1StringView outlet) {
 }
 
 QMenu* StatusMenu::addSubmenu(QLatin1StringView outlet, QStringView title) {
-    QMenu* submenu = _menu.addMenu(title.toString());
+    QMenu* submenu = _menu.addMenu(translated(title));
     submenu->setObjectName(QString(outlet));
     submenu->setToolTipsVisible(true);
     nameItem(*submenu->menuAction(), outlet);
@@ -124,7 +125,7 @@ QMenu* StatusMenu::addSubmenu(QLatin1StringView outlet, QStringView title) {
 }
 
 void StatusMenu::addCommand(QMenu& menu, QLatin1StringView outlet, QStringView title, Command announce) {
-    QAction* command = menu.addAction(title.toString());
+    QAction* command = menu.addAction(translated(title));
     nameItem(*command, outlet);
     _items.insert(command->objectName(), command);
     connect(command, &QAction::triggered, this, announce);

@@ -1,5 +1,7 @@
 #include "ui/StatusTitle.h"
 
+#include "base/Translated.h"
+
 namespace vantrel::ui {
 
 namespace {
@@ -7,7 +9,7 @@ constexpr char channelAndWidth[] = "%ld (%ld MHz)";
 constexpr char channelOnly[] = "%ld";
 constexpr char widthOnly[] = "%ld MHz";
 constexpr char percentage[] = "%lu%%";
-constexpr char off[] = "Off";
+constexpr char off[] = QT_TRANSLATE_NOOP("vantrel", "Off");
 constexpr QLatin1StringView megahertz{"MHz"};
 
 bool isUploading(const TitleState& state) { return state.uploadProgress >= 1 && state.uploadProgress <= 99; }
@@ -17,7 +19,7 @@ QString statusTitle(const TitleState& state) {
     const long number = state.channelNumber;
     const long width = state.channelWidthMHz;
     if (!state.powerOn) {
-        return state.displayChannel || state.displayChannelWidth ? QLatin1StringView(off) : QString();
+        return state.displayChannel || state.displayChannelWidth ? translated(off) : QString();
     }
     if (isUploading(state)) {
         return QString::asprintf(percentage, static_cast<unsigned long>(state.uploadProgress));

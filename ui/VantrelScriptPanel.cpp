@@ -4,6 +4,7 @@
 #include "Presenting.h"
 #include "ScriptTexts.h"
 #include "ScriptsPopUpButton.h"
+#include "base/Translated.h"
 #include "settings/SettingsKeys.h"
 #include "settings/SettingsStore.h"
 #include "ui_VantrelScriptPanel.h"
@@ -107,8 +108,8 @@ void VantrelScriptPanel::refreshControls() {
 
 void VantrelScriptPanel::setRunning(bool running) {
     _isRunning = running;
-    runButton()->setText(running ? texts::stop : texts::launch);
-    runButton()->setToolTip(running ? texts::stopTip : texts::launchTip);
+    runButton()->setText(translated(running ? texts::stop : texts::launch));
+    runButton()->setToolTip(translated(running ? texts::stopTip : texts::launchTip));
     running ? activityIndicator()->startAnimation() : activityIndicator()->stopAnimation();
     refreshControls();
 }
@@ -120,10 +121,10 @@ void VantrelScriptPanel::onChoose() {
     }
     auto* chooser = new QFileDialog(this);
     chooser->setAttribute(Qt::WA_DeleteOnClose);
-    chooser->setWindowTitle(texts::chooserTitle);
+    chooser->setWindowTitle(translated(texts::chooserTitle));
     chooser->setFileMode(QFileDialog::ExistingFile);
-    chooser->setNameFilter(texts::chooserFilter);
-    chooser->setLabelText(QFileDialog::Accept, texts::chooserPrompt);
+    chooser->setNameFilter(translated(texts::chooserFilter));
+    chooser->setLabelText(QFileDialog::Accept, translated(texts::chooserPrompt));
     const QString last = _settings.stringForKey(keys::LastUsedScript);
     chooser->setDirectory(last.isEmpty() ? QDir::homePath() : QFileInfo(last).path());
     connect(chooser, &QFileDialog::fileSelected, this, &VantrelScriptPanel::scriptChosen);
@@ -181,7 +182,7 @@ void VantrelScriptPanel::onClear() {
 }
 
 void VantrelScriptPanel::tellMissing(const QString& script) {
-    QMessageBox* alert = newWarningSheet(*this, texts::missing, texts::missingInfo.arg(script));
+    QMessageBox* alert = newWarningSheet(*this, translated(texts::missing), translated(texts::missingInfo).arg(script));
     connect(alert, &QDialog::finished, this, [this] {
         populatePopUpButton();
         if (scriptsPopUpButton()->selectedScript().isEmpty()) {
@@ -214,7 +215,7 @@ void VantrelScriptPanel::tellNoOutput() {
         closeIfWanted();
         return;
     }
-    QMessageBox* alert = newWarningSheet(*this, texts::noOutput, texts::noOutputInfo);
+    QMessageBox* alert = newWarningSheet(*this, translated(texts::noOutput), translated(texts::noOutputInfo));
     const QCheckBox* suppression = addSuppression(*alert);
     connect(alert, &QDialog::finished, this, [this, suppression] {
         _settings.setBool(keys::SuppressNoOutputAlert, suppression->isChecked());
@@ -232,7 +233,7 @@ void VantrelScriptPanel::closeIfWanted() {
 void VantrelScriptPanel::didTerminateWithError(VantrelAnalyzer& /*analyzer*/, const QString& error) {
     setRunning(false);
     outputTextView()->setPlainText(shownOutput(error));
-    newWarningSheet(*this, texts::failed, endOfErrors(error))->open();
+    newWarningSheet(*this, translated(texts::failed), endOfErrors(error))->open();
 }
 
 } // namespace vantrel::ui

@@ -1,6 +1,7 @@
 #include "wifi/Association.h"
 
 #include "WiFiTexts.h"
+#include "base/Translated.h"
 #include "settings/SettingsKeys.h"
 #include "settings/SettingsStore.h"
 #include "wifi/AdapterRestore.h"
@@ -46,10 +47,10 @@ bool Association::checkIfAssociated() {
 bool Association::askToDisconnect() {
     const auto answer =
         _around.dialogs.ask({.style = WiFiDialogs::Style::Critical,
-                             .messageText = texts::connected,
-                             .informativeText = QString(texts::connectedInfo).arg(_around.airport.ssid()),
-                             .firstButton = texts::disconnect,
-                             .secondButton = texts::stayConnected,
+                             .messageText = translated(texts::connected),
+                             .informativeText = translated(texts::connectedInfo).arg(_around.airport.ssid()),
+                             .firstButton = translated(texts::disconnect),
+                             .secondButton = translated(texts::stayConnected),
                              .hasSuppression = true});
     _around.settings.setBool(keys::ShowDisconnectAlert, !answer.isSuppressed);
     return answer.isFirstButton;
@@ -72,10 +73,10 @@ bool Association::checkFirstTimeCapture() {
     }
     return _around.dialogs
         .ask({.style = WiFiDialogs::Style::Informational,
-              .messageText = texts::firstCapture,
-              .informativeText = texts::firstCaptureInfo,
-              .firstButton = texts::startCapture,
-              .secondButton = texts::cancel})
+              .messageText = translated(texts::firstCapture),
+              .informativeText = translated(texts::firstCaptureInfo),
+              .firstButton = translated(texts::startCapture),
+              .secondButton = translated(texts::cancel)})
         .isFirstButton;
 }
 

@@ -1,6 +1,7 @@
 #include "wifi/CaptureCommands.h"
 
 #include "WiFiTexts.h"
+#include "base/Translated.h"
 #include "settings/SettingsKeys.h"
 #include "settings/SettingsStore.h"
 #include "wifi/AdapterRestore.h"
@@ -154,8 +155,8 @@ bool CaptureCommands::setCaptureChannel(const CWChannel& channel) {
     if (_around.airport.setWLANChannel(channel)) {
         return true;
     }
-    _around.dialogs.showCriticalAlertWithInfo(texts::cannotCapture,
-                                              QString(texts::cannotCaptureInfo).arg(channelTitle(channel)));
+    _around.dialogs.showCriticalAlertWithInfo(translated(texts::cannotCapture),
+                                              translated(texts::cannotCaptureInfo).arg(channelTitle(channel)));
     _around.restore.reconnectIfDue(_around.airport);
     return false;
 }

@@ -54,6 +54,22 @@ QString pathOf(GAppInfo* application) {
     return QFile::decodeName(g_desktop_app_info_get_filename(G_DESKTOP_APP_INFO(application)));
 }
 
+QString valueOf(GDesktopAppInfo* application, const char* key) {
+    const TextHandle value(g_desktop_app_info_get_string(application, key));
+    return QString::fromUtf8(value.get());
+}
+
+// The application's .desktop file has a path.
+PcapApplication describe(GAppInfo* application) {
+    auto* entry = G_DESKTOP_APP_INFO(application);
+    const auto path = pathOf(application);
+    const auto version = valueOf(entry, "X-AppImage-Version");
+    return {.path = path,
+            .name = QString::fromUtf8(g_app_info_get_display_name(application)),
+            .variant = version.isEmpty() ? QFileInfo(path).completeBaseName() : version,
+            .icon = valueOf(entry, G_KEY_FILE_DESKTOP_KEY_ICON)};
+}
+
 std::vector<PcapApplication> applicationsFor(const char* type) {
     std::vector<PcapApplication> applications;
     const AppList list(g_app_info_get_recommended_for_type(type));
@@ -62,7 +78,7 @@ std::vector<PcapApplication> applicationsFor(const char* type) {
         const auto path = pathOf(application);
         // GIO learns of a deleted entry with a delay, and a path that does not exist is of no use.
         if (!path.isEmpty() && QFileInfo::exists(path)) {
-            applications.push_back({path, QString::fromUtf8(g_app_info_get_display_name(application))});
+            applications.push_back(describe(application));
         }
     }
     return applications;
@@ -71,6 +87,12 @@ std::vector<PcapApplication> applicationsFor(const char* type) {
 } // namespace
 
 std::vector<PcapApplication> pcapApplications() { return applicationsFor(pcapContentType().get()); }
+
+std::optional<PcapApplication> applicationAt(const QString& path) {
+    const std::unique_ptr<GDesktopAppInfo, GUnref> entry(
+        g_desktop_app_info_new_from_filename(QFile::encodeName(path).constData()));
+    return entry ? std::optional(describe(G_APP_INFO(entry.get()))) : std::nullopt;
+}
 
 QString defaultPcapApplication() {
     const auto type = pcapContentType();

@@ -69,8 +69,9 @@ void repairAfterCaptureAction(SettingsStore& settings) {
 }
 
 void removeVanishedApplication(SettingsStore& settings) {
-    if (settings.objectForKey(keys::OpenInApplicationPath).isValid() &&
-        !QFileInfo::exists(settings.stringForKey(keys::OpenInApplicationPath))) {
+    const QString path = settings.stringForKey(keys::OpenInApplicationPath);
+    // An empty text is the user's choice of no application.
+    if (!path.isEmpty() && !QFileInfo::exists(path)) {
         settings.removeObjectForKey(keys::OpenInApplicationPath);
     }
 }

@@ -1,11 +1,13 @@
 #include "app/HelpDocument.h"
 
 #include "AppFixture.h"
+#include "app/Translations.h"
 
 #include <QFile>
 #include <QFileInfo>
 #include <QImage>
 #include <QRegularExpression>
+#include <QTranslator>
 
 namespace vantrel::testing {
 namespace {
@@ -38,6 +40,28 @@ TEST_F(HelpDocumentTest, IsUnpackedWithItsPictures) {
         EXPECT_FALSE(QImage(QFileInfo(*document).dir().filePath(picture)).isNull()) << qPrintable(picture);
     }
     EXPECT_EQ(values(html, QStringLiteral("alt")).size(), pictures.size()) << "for those who do not see them";
+}
+
+TEST_F(HelpDocumentTest, IsInTheLanguageOfTheTexts) {
+    const auto english = unpackHelpDocument();
+    ASSERT_TRUE(english);
+    const QString before = textOf(*english);
+    const auto translators = qApp->findChildren<QTranslator*>();
+    installTranslations(QLocale(QStringLiteral("de_DE")));
+    const auto document = unpackHelpDocument();
+    for (QTranslator* translator : qApp->findChildren<QTranslator*>()) {
+        if (!translators.contains(translator)) {
+            QCoreApplication::removeTranslator(translator);
+            delete translator;
+        }
+    }
+    ASSERT_TRUE(document);
+    const QString html = textOf(*document);
+    EXPECT_TRUE(html.contains(QStringLiteral("<html lang=\"de\">")));
+    // The same document: every chapter and every picture.
+    for (const auto& attribute : {QStringLiteral("id"), QStringLiteral("href"), QStringLiteral("src")}) {
+        EXPECT_EQ(values(html, attribute), values(before, attribute)) << qPrintable(attribute);
+    }
 }
 
 TEST_F(HelpDocumentTest, LinksOnlyToWhatItHolds) {

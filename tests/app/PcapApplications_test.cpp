@@ -42,7 +42,7 @@ protected:
     }
     void writeCache() { writeCache(_cache.toUtf8()); }
 
-    [[nodiscard]] QStringList probe() const {
+    [[nodiscard]] QStringList probe(const QStringList& arguments = {QStringLiteral("pcap")}) const {
         auto environment = QProcessEnvironment::systemEnvironment();
         environment.insert(QStringLiteral("XDG_DATA_HOME"), _home.filePath(QStringLiteral("data")));
         environment.insert(QStringLiteral("XDG_DATA_DIRS"), _home.filePath(QStringLiteral("system")));
@@ -51,7 +51,7 @@ protected:
         environment.insert(QStringLiteral("XDG_CURRENT_DESKTOP"), QStringLiteral("test"));
         QProcess process;
         process.setProcessEnvironment(environment);
-        process.start(QStringLiteral(VANTREL_SERVICES_PROBE), {QStringLiteral("pcap")});
+        process.start(QStringLiteral(VANTREL_SERVICES_PROBE), arguments);
         EXPECT_TRUE(process.waitForFinished(20000));
         EXPECT_EQ(process.exitCode(), 0) << process.readAllStandardError().constData();
         return QString::fromUtf8(process.readAllStandardOutput()).split(QLatin1Char('\n'), Qt::SkipEmptyParts);
@@ -121,6 +121,20 @@ TEST_F(PcapApplications, TheContentTypeIsTheOneThisDesktopGivesTheFile) {
     EXPECT_EQ(probe().constLast(), defaultLine(alpha));
     write(QStringLiteral("data/mime/globs2"), "50:application/x-own-capture:*.pcap\n");
     EXPECT_EQ(probe().constLast(), defaultLine(beta));
+}
+
+TEST_F(PcapApplications, AnEntryTellsItsNameVariantAndIcon) {
+    const auto describe = [this](const QString& id, const QByteArray& keys) {
+        write(QStringLiteral("data/applications/") + id, "[Desktop Entry]\nType=Application\nName=Alpha\n" + keys);
+        return probe({QStringLiteral("describe"), entryPath(id)}).value(0);
+    };
+    const QString id = QStringLiteral("org.example.Alpha.desktop");
+    EXPECT_EQ(describe(id, "Exec=/bin/true %f\nVersion=1.5\nIcon=alpha-icon\n"),
+              QStringLiteral("application %1 | Alpha | org.example.Alpha | alpha-icon").arg(entryPath(id)));
+    EXPECT_EQ(describe(id, "Exec=/bin/true %f\nX-AppImage-Version=4.2.1\n"),
+              QStringLiteral("application %1 | Alpha | 4.2.1 | ").arg(entryPath(id)));
+    EXPECT_EQ(describe(id, "Exec=/nonexistent/program %f\n"), QStringLiteral("none"));
+    EXPECT_EQ(probe({QStringLiteral("describe"), QStringLiteral("/nonexistent")}).value(0), QStringLiteral("none"));
 }
 
 } // namespace

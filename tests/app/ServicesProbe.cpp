@@ -1,6 +1,7 @@
 // Runs one service and prints what it answers, one line each, for tests that need a process of its own.
 //
 //   services_probe pcap      "application PATH NAME" for each, then "default PATH"
+//   services_probe describe PATH   "application PATH | NAME | VARIANT | ICON", or "none"
 //   services_probe instance  "first", "another" or "error TEXT"; the first prints "activated TOKEN" for each request
 //                            and runs until its standard input closes
 //   services_probe sleep     "about to sleep" and "woke up"; lets the machine sleep at the line "ready", and runs until
@@ -27,6 +28,14 @@ int probePcapApplications() {
         say(QStringLiteral("application %1 %2").arg(application.path, application.name));
     }
     say(QStringLiteral("default %1").arg(vantrel::defaultPcapApplication()));
+    return 0;
+}
+
+int probeDescription(const QString& path) {
+    const auto found = vantrel::applicationAt(path);
+    say(found ? QStringLiteral("application ") +
+                    QStringList{found->path, found->name, found->variant, found->icon}.join(QStringLiteral(" | "))
+              : QStringLiteral("none"));
     return 0;
 }
 
@@ -73,6 +82,9 @@ int main(int argc, char** argv) {
     const auto service = arguments.value(1);
     if (service == QLatin1String("pcap")) {
         return probePcapApplications();
+    }
+    if (service == QLatin1String("describe")) {
+        return probeDescription(arguments.value(2));
     }
     return service == QLatin1String("sleep") ? probeSleep(application) : probeInstance(application);
 }

@@ -169,16 +169,6 @@ TEST_F(Tray, LinkLayerIsAskedAgainWhenTheAdapterWasOff) {
     EXPECT_EQ(checkedIn(outlets::linkLayerHeaderSubmenuMenuItem), radiotapTitle);
 }
 
-TEST_F(Tray, CommandsWithoutAWindowSayWhyTheyCannotBeChosen) {
-    startWith();
-    for (const auto outlet :
-         {outlets::preferencesMenuItem, outlets::configureServicesMenuItem, outlets::captureCustomMenuItem}) {
-        EXPECT_FALSE(itemOf(outlet).isEnabled()) << outlet.data();
-        EXPECT_TRUE(itemOf(outlet).toolTip().endsWith(QStringLiteral(" is not part of this version.")))
-            << outlet.data();
-    }
-}
-
 TEST_F(Tray, LaunchAtLoginWritesAndRemovesTheEntry) {
     startWith();
     QAction& launch = itemOf(outlets::launchAtLoginMenuItem);

@@ -120,7 +120,8 @@ class Captures(AppTest):
         program = self.start(VANTREL_RADIO="")
         item = self.desktop.wait_for_item(program)
         item.wait_for_tool_tip("Vantrel: Off (no Wi-Fi adapter)")
-        self.assertEqual(self.enabled(item), ["Turn Wi-Fi On", "Launch at Login", "Help", "About Vantrel", "Quit"])
+        self.assertEqual(self.enabled(item),
+                         ["Turn Wi-Fi On", "Preferences…", "Launch at Login", "Help", "About Vantrel", "Quit"])
         self.quit(program, item)
 
 

@@ -27,8 +27,9 @@ class States(AppTest):
         self.assertEqual(item.labels(), STATUS + TUNING + SINGLE + SEVERAL + UPLOAD + [DISCONNECT, "Turn Wi-Fi Off"]
                          + APPLICATION)
         self.assertEqual(self.enabled(item), ["Channel", "Channel Width", "Link-Layer Header", *CAPTURES,
-                                              "Upload Capture", DISCONNECT, "Turn Wi-Fi Off", "Launch at Login",
-                                              "Help", "About Vantrel", "Quit"])
+                                              "Capture Custom Channels…", "Upload Capture", DISCONNECT,
+                                              "Turn Wi-Fi Off", "Preferences…", "Launch at Login", "Help",
+                                              "About Vantrel", "Quit"])
 
     def test_in_no_network_and_off(self):
         _program, item = self.start_idle()
@@ -45,7 +46,8 @@ class States(AppTest):
         program, item = self.start_idle()
         self.capture(item)
         self.assertEqual(self.enabled(item), ["Channel", "Channel Width", "Link-Layer Header", "Upload Capture",
-                                              DISCONNECT, "Turn Wi-Fi Off", "Launch at Login", "Help", "About Vantrel"])
+                                              DISCONNECT, "Turn Wi-Fi Off", "Preferences…", "Launch at Login", "Help",
+                                              "About Vantrel"])
         self.stop(program, item)
         for command in CAPTURES:
             self.assertTrue(item.entry(command).enabled, command)
@@ -68,7 +70,8 @@ class States(AppTest):
         uploads = item.entry("Upload Capture").children
         self.assertEqual([entry.label for entry in uploads if not entry.separator],
                          ["To CloudShark…", "To Mojo Packets…", "Configure Services…"])
-        self.assertFalse(any(entry.enabled for entry in uploads if not entry.separator))
+        self.assertEqual([entry.label for entry in uploads if entry.enabled and not entry.separator],
+                         ["Configure Services…"])
 
     def test_title_follows_the_settings(self):
         self.store(DisplayChannel=0, DisplayChannelWidth=0)

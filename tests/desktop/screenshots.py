@@ -15,6 +15,7 @@ from pathlib import Path
 from bus import TimedOut, wait_for
 from gi.repository import GLib
 from harness import BACKGROUND, PANEL_HEIGHT, Desktop, Unavailable
+from windows import BUTTONS, STATE_CHECKED
 
 LOOKS = {"light-1x": (False, 1), "light-2x": (False, 2), "dark-1x": (True, 1), "dark-2x": (True, 2)}
 MARGIN = 12  # pixels of the background that stay around a picture
@@ -22,6 +23,13 @@ POLL_MS = 100
 CAPTURE = "Capture on Current Channel"
 # The key of each submenu in the menu that the application draws itself.
 SUBMENUS = {"channel": "n", "width": "w", "link-layer": "l", "capture-2.4": "2", "capture-5": "5", "upload": "u"}
+# By language: the command, the window's title, the names of the tabs and of the panel, and the button that opens it.
+PREFERENCES = {"": ("Preferences…", "Vantrel Preferences",
+                    ("General", "Advanced", "Services", "Choose Channels"), "Choose…"),
+               "german": ("Einstellungen …", "Vantrel-Einstellungen",
+                          ("Allgemein", "Erweitert", "Dienste", "Kanäle wählen"), "Wählen …")}
+SAMPLE_SETTINGS = {"CustomChannelList": [1, 6, 11, 36, 149], "LimitCaptureFile": 1, "MaxCaptureFiles": 5,
+                   "CloudSharkApplianceURL": "captures.test", "CloudSharkApplianceAPIToken": "0123456789abcdef"}
 # What a desktop of dark windows keeps for its programs to read.
 DARK = """[Colors:Window]
 BackgroundNormal=42,46,50
@@ -59,13 +67,13 @@ class Session:
             self.environment |= {"XDG_CURRENT_DESKTOP": "KDE", "KDE_FULL_SESSION": "true", "KDE_SESSION_VERSION": "5"}
             (desktop.folder / "config/kdeglobals").write_text(DARK)
 
-    def start(self, **settings):
+    def start(self, environment=None, **settings):
         folder = self.desktop.folder / "config/vantrel"
         folder.mkdir(mode=0o700, exist_ok=True)
         (folder / "settings.json").write_text(json.dumps({"DisplayChannel": 1, "DisplayChannelWidth": 1} | settings))
-        program = self.desktop.start(self.command, **self.environment)
+        program = self.desktop.start(self.command, **(self.environment | (environment or {})))
         item = self.desktop.wait_for_item(program)
-        item.wait_for_entry("Disconnect from Vantrel Lab")
+        item.wait_for_tool_tip("Vantrel: 36 (80 MHz) (simulated)")
         return program, item
 
     def end(self, program):
@@ -159,6 +167,32 @@ def windows(session):
     desktop.start_panel()
 
 
+def preferences(session, language="", **environment):
+    """The panes and the panel of custom channels; in German with the names "german-..."."""
+    desktop = session.desktop
+    program, item = session.start(environment, **SAMPLE_SETTINGS)
+    windows = desktop.windows
+    opened, title, tabs, choose = PREFERENCES[language]
+    item.click(opened)
+    window = desktop.window(program, title)
+    prefix = f"{language}-" if language else ""
+    for name, tab in zip(("general", "advanced", "services"), tabs):
+        windows.act(windows.control(window, ("check box",), tab))
+        wait_for(lambda: windows.has_state(windows.control(window, ("check box",), tab), STATE_CHECKED), tab,
+                 poll_ms=POLL_MS)
+        session.take(f"{prefix}preferences-{name}")
+    windows.act(windows.control(window, ("check box",), tabs[1]))
+    wait_for(lambda: choose in [node.name for node in windows.contents(window)], choose, poll_ms=POLL_MS)
+    windows.act(windows.control(window, BUTTONS, choose))
+    desktop.window(program, tabs[3])
+    session.take(f"{prefix}custom-channels")
+    session.end(program)
+
+
+def german(session):
+    preferences(session, "german", LC_ALL="de_DE.UTF-8", LANGUAGE="de")
+
+
 def main():
     parser = argparse.ArgumentParser(description=__doc__.partition("\n")[0])
     parser.add_argument("--output", type=Path, required=True, help="folder for the pictures")
@@ -172,7 +206,7 @@ def main():
             with Desktop(dark=dark, scale=scale) as desktop:
                 try:
                     session = Session(desktop, options, name)
-                    for part in (menus, alerts, panels, windows):
+                    for part in (menus, alerts, panels, windows, preferences, german):
                         part(session)
                 except (TimedOut, LookupError, OSError, RuntimeError, GLib.Error) as reason:
                     print(f"This did not work ({name}): {reason}\n{desktop.log('program')}", file=sys.stderr)

@@ -10,6 +10,8 @@ ROOT = "/org/a11y/atspi/accessible/root"
 ACCESSIBLE = "org.a11y.atspi.Accessible"
 ACTION = "org.a11y.atspi.Action"
 COMPONENT = "org.a11y.atspi.Component"
+TEXT = "org.a11y.atspi.Text"
+EDITABLE_TEXT = "org.a11y.atspi.EditableText"
 SCREEN_COORDINATES = 0
 
 # Widgets appear without a signal that every toolkit sends, so the tree is read again in this interval.
@@ -19,7 +21,10 @@ PANEL = "Capturing on Channel "  # how the title of the progress panel begins; i
 ALERT_ROLES = ("alert", "alert message", "dialog", "file chooser")  # GTK and Qt name them differently
 
 
-# A state of AT-SPI, by its bit.
+# States of AT-SPI, by their bit.
+STATE_CHECKED = 4
+STATE_FOCUSED = 12
+STATE_SENSITIVE = 24
 STATE_SHOWING = 25
 
 BUTTONS = ("push button", "button", "push button menu", "button menu")
@@ -107,6 +112,40 @@ class Windows:
     def extents(self, node):
         """x, y, width, height on the screen."""
         return self._bus.call(node.service, node.path, COMPONENT, "GetExtents", "(u)", SCREEN_COORDINATES)[0]
+
+    # Single controls
+
+    def control(self, window, roles, name):
+        """The control of one of these roles whose name is this; it may be hidden."""
+        nodes = self._with_contents([window])
+        found = next((node for node in nodes if node.role in roles and node.name == name), None)
+        if found is None:
+            raise LookupError(f"no {roles[0]} {name!r}; there are {[node.name for node in nodes if node.role in roles]}")
+        return found
+
+    def act(self, node):
+        """What a click does."""
+        self._bus.call(node.service, node.path, ACTION, "DoAction", "(i)", 0)
+
+    def has_state(self, node, state):
+        low, _high = self._bus.call(node.service, node.path, ACCESSIBLE, "GetState")[0]
+        return bool(low >> state & 1)
+
+    def text(self, node):
+        return self._bus.call(node.service, node.path, TEXT, "GetText", "(ii)", 0, -1)[0]
+
+    def set_text(self, node, text):
+        self._bus.call(node.service, node.path, EDITABLE_TEXT, "SetTextContents", "(s)", text)
+
+    def description(self, node):
+        return self._bus.property(node.service, node.path, ACCESSIBLE, "Description")
+
+    def focus(self, node):
+        """Gives the node the keyboard, and waits until it has it."""
+        def has_focus():
+            self._bus.call(node.service, node.path, COMPONENT, "GrabFocus")
+            return self.has_state(node, STATE_FOCUSED)
+        wait_for(has_focus, f"{node.name!r} to have the keyboard", poll_ms=POLL_MS)
 
     def _in_dialogs(self, pids):
         return self._with_contents([window for window in self.windows(pids)

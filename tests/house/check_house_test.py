@@ -96,7 +96,7 @@ class CheckHouse(unittest.TestCase):
                 self.assert_arrow(self.check({path: f"#  include <{included}>\n"}), f"{path}:1", words)
 
     def test_include_across_a_floor(self):
-        cases = [("engine/E.cpp", "ui/U.h", "engine includes ui"), ("ui/preferences/P.cpp", "engine/E.h", "ui includes engine"),
+        cases = [("engine/E.cpp", "ui/U.h", "engine includes ui"), ("ui/panels/P.cpp", "engine/E.h", "ui includes engine"),
                  ("wifi/radio/R.cpp", "simulated/X.h", "radio includes simulated"),
                  ("delivery/D.cpp", "wifi/W.h", "delivery includes wifi"), ("remote/R.cpp", "ui/U.h", "remote includes ui"),
                  ("engine/E.cpp", "remote/R.h", "engine includes remote")]
@@ -122,7 +122,7 @@ class CheckHouse(unittest.TestCase):
                           "radio links engine")
 
     def test_link_to_a_second_target_of_a_room(self):
-        files = {"ui/preferences/CMakeLists.txt": "add_library(vantrel_panes STATIC P.cpp)\n",
+        files = {"ui/panels/CMakeLists.txt": "add_library(vantrel_panes STATIC P.cpp)\n",
                  "engine/CMakeLists.txt": "vantrel_room(engine SOURCES E.cpp LINKS vantrel::panes)\n"}
         self.assert_arrow(self.check(files), "engine/CMakeLists.txt:1", "engine links ui")
 

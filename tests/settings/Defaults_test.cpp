@@ -96,6 +96,10 @@ TEST_F(DefaultsTest, locationsAndUnregisteredKeysAreSpelledAsStored) {
     EXPECT_STREQ(keys::LastUsedScript.data(), "LastUsedScript");
     EXPECT_STREQ(keys::SuppressNoOutputAlert.data(), "SuppressNoOutputAlert");
     EXPECT_STREQ(keys::EnableAdaptivePacketSlicing.data(), "EnableAdaptivePacketSlicing");
+    EXPECT_STREQ(keys::MASPreferencesFrameTopLeft.data(), "MASPreferences Frame Top Left");
+    EXPECT_EQ(QString(keys::MASPreferencesPaneFrame).arg(QStringLiteral("General")),
+              QStringLiteral("MASPreferences General Frame"));
+    EXPECT_STREQ(keys::MASPreferencesSelectedIdentifierView.data(), "MASPreferences Selected Identifier View");
 }
 
 TEST_F(DefaultsTest, freshStoreWithoutAnApplication) {
@@ -158,6 +162,15 @@ TEST_F(DefaultsTest, vanishedApplicationIsRemoved) {
     removeVanishedApplication(settings);
     EXPECT_EQ(settings.stringForKey(keys::OpenInApplicationPath), viewer) << "the registered default shows again";
     EXPECT_FALSE(SettingsStore(path()).objectForKey(keys::OpenInApplicationPath).isValid());
+}
+
+TEST_F(DefaultsTest, theChoiceOfNoApplicationIsKept) {
+    SettingsStore settings(path());
+    settings.registerDefaults(registeredDefaults(viewer, desktop));
+    settings.setString(keys::OpenInApplicationPath, {});
+    removeVanishedApplication(settings);
+    EXPECT_EQ(settings.stringForKey(keys::OpenInApplicationPath), QString());
+    EXPECT_TRUE(SettingsStore(path()).objectForKey(keys::OpenInApplicationPath).isValid());
 }
 
 TEST_F(DefaultsTest, anUploadServiceNeedsBothItsTexts) {

@@ -1,9 +1,15 @@
-// Shows what the tray offers, with sample states: menu, submenus, panels, alerts and tray icons.
+// Shows what the program offers, with sample states: menu, submenus, progress panel, tray icons and preferences.
 //
 //     gallery [--dark] --pictures FOLDER    writes a picture of each into the folder
 //     gallery [--dark]                      puts them on the screen and into the tray, until Quit
 #include "Glyph.h"
 #include "TrayColour.h"
+#include "preferences/MASPreferencesWindowController.h"
+#include "preferences/VantrelAdvancedPrefsViewController.h"
+#include "preferences/VantrelCustomChannelsPanel.h"
+#include "preferences/VantrelGeneralPrefsViewController.h"
+#include "preferences/VantrelServicesPrefsViewController.h"
+#include "settings/Defaults.h"
 #include "settings/SettingsKeys.h"
 #include "settings/SettingsStore.h"
 #include "ui/DeliveryPanels.h"
@@ -248,6 +254,33 @@ void writeDeliveryPanels(Pictures& pictures) {
     takeWindows(pictures, QStringLiteral("notification"));
 }
 
+void writePreferences(Pictures& pictures) {
+    using namespace vantrel::preferences;
+    const QTemporaryDir folder;
+    SettingsStore settings(folder.filePath(QStringLiteral("settings.json")));
+    settings.registerDefaults(registeredDefaults({}, folder.path()));
+    const PreferencesSurroundings around{.settings = settings,
+                                         .desktopFolder = folder.path(),
+                                         .pcapApplications = [] { return std::vector<CaptureApplication>{}; },
+                                         .applicationAt = [](const QString&) { return std::nullopt; },
+                                         .supportedChannels = sampleChannels,
+                                         .openUrl = [](const QString&) {},
+                                         .openFolder = [](const QString&) {}};
+    MASPreferencesWindowController::ViewControllers panes;
+    panes.push_back(std::make_unique<VantrelGeneralPrefsViewController>(around));
+    panes.push_back(std::make_unique<VantrelAdvancedPrefsViewController>(around));
+    panes.push_back(std::make_unique<VantrelServicesPrefsViewController>(around));
+    const auto window = MASPreferencesWindowController::initWithViewControllers(
+        std::move(panes), QStringLiteral("Vantrel Preferences"), settings);
+    for (const char* pane : {"General", "Advanced", "Services"}) {
+        window->showWindow();
+        window->selectControllerWithIdentifier(QString::fromLatin1(pane));
+        pictures.save(*window, QStringLiteral("preferences-") + QString::fromLatin1(pane));
+    }
+    VantrelCustomChannelsPanel panel(settings, sampleChannels());
+    pictures.save(panel, QStringLiteral("custom-channels"));
+}
+
 void writePictures(const QString& folder) {
     Pictures pictures(folder);
     pictures.save(iconSheet(), QStringLiteral("icons"));
@@ -271,6 +304,7 @@ void writePictures(const QString& folder) {
     pictures.save(*panel, QStringLiteral("panel-unlimited"));
     writeScriptPanel(pictures);
     writeDeliveryPanels(pictures);
+    writePreferences(pictures);
 }
 
 int showOnScreen() {

@@ -35,6 +35,7 @@
 
 namespace vantrel {
 
+class PreferencesWindows;
 class AppDelegate final : public QObject, private CWEventDelegate {
     Q_OBJECT
 
@@ -140,6 +141,7 @@ private:
     std::unique_ptr<Association> _association;
     std::unique_ptr<CaptureCommands> _commands;
     std::unique_ptr<LinkLayerMenu> _linkLayer;
+    std::unique_ptr<PreferencesWindows> _preferences;
     std::unique_ptr<TrayCommands> _trayCommands;
     std::unique_ptr<SleepWatch> _sleepWatch;
     std::unique_ptr<SleepGuard> _sleepGuard;

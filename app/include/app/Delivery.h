@@ -41,6 +41,7 @@ public:
 
     // Borrowed.
     [[nodiscard]] CaptureFinalizer& finalizer() { return _finalizer; }
+    [[nodiscard]] FileOpener& opener() { return *_opener; }
 
     // Clicks on notifications lead somewhere from here on.
     void takeNotifications() { _notifications.setDelegate(&_activation); }

@@ -15,7 +15,7 @@ class SettingsStore;
 // Stores "DoNothing" when none of the three after-capture actions reads YES, so that one is always chosen.
 void repairAfterCaptureAction(SettingsStore& settings);
 
-// Takes "OpenInApplicationPath" out of the store when it names a path that does not exist.
+// Takes "OpenInApplicationPath" out of the store when it names a path that does not exist. An empty one names none.
 void removeVanishedApplication(SettingsStore& settings);
 
 // Whether an upload service is set up: both of its two texts are non-empty.

@@ -42,6 +42,11 @@ inline constexpr QLatin1StringView LastUsedScript{"LastUsedScript"};
 inline constexpr QLatin1StringView SuppressNoOutputAlert{"SuppressNoOutputAlert"};
 inline constexpr QLatin1StringView EnableAdaptivePacketSlicing{"EnableAdaptivePacketSlicing"};
 
+// The state of the preferences window. %1 is a pane's identifier.
+inline constexpr QLatin1StringView MASPreferencesFrameTopLeft{"MASPreferences Frame Top Left"}; // "{x, y}"
+inline constexpr QLatin1StringView MASPreferencesPaneFrame{"MASPreferences %1 Frame"};          // "{{x, y}, {w, h}}"
+inline constexpr QLatin1StringView MASPreferencesSelectedIdentifierView{"MASPreferences Selected Identifier View"};
+
 } // namespace vantrel::keys
 
 // CaptureFilesLocation holds one of these instead of a folder's path.
