@@ -120,14 +120,17 @@ std::unique_ptr<CWWiFiClient> loadedStreamClient() {
     return makeSimulatedClient(options);
 }
 
-// The socket is full when what waits in it has stopped growing.
+// The socket is full when what waits in it has stopped growing, for longer than a busy machine keeps the sender waiting.
 void waitUntilFull(int socket) {
     int before = -1;
-    int waiting = 0;
-    while (waiting == 0 || waiting != before) {
-        before = waiting;
+    for (int unchanged = 0; unchanged < 10; ++unchanged) {
         std::this_thread::sleep_for(100ms);
+        int waiting = 0;
         ASSERT_EQ(::ioctl(socket, FIONREAD, &waiting), 0);
+        if (waiting == 0 || waiting != before) {
+            unchanged = 0;
+        }
+        before = waiting;
     }
 }
 
