@@ -120,7 +120,8 @@ std::unique_ptr<CWWiFiClient> loadedStreamClient() {
     return makeSimulatedClient(options);
 }
 
-// The socket is full when what waits in it has stopped growing, for longer than a busy machine keeps the sender waiting.
+// The socket is full when what waits in it has stopped growing, for longer than a busy machine keeps the sender
+// waiting.
 void waitUntilFull(int socket) {
     int before = -1;
     for (int unchanged = 0; unchanged < 10; ++unchanged) {
