@@ -2,7 +2,9 @@
 #include "app/AppDelegate.h"
 #include "app/Translations.h"
 #include "backend/WiFiBackend.h"
+#include "base/Capabilities.h"
 #include "base/TerminationSignals.h"
+#include "privileges/CapableThreads.h"
 #include "services/SingleInstance.h"
 #include "ui/ApplicationIcon.h"
 
@@ -11,16 +13,28 @@
 
 namespace {
 Q_LOGGING_CATEGORY(lcApp, "vantrel.app")
+
+int refuseToStart(const vantrel::Error& error) {
+    qCCritical(lcApp, "%s", qUtf8Printable(error.text()));
+    return 1;
 }
+} // namespace
 
 int main(int argc, char** argv) {
     using namespace vantrel;
 
-    // Before any thread exists: it may move the process into a network namespace of its own.
+    // Before any thread exists, so that it holds for all of them: no child of ours begins with a capability.
+    if (const auto kept = keepCapabilitiesFromPrograms(); !kept) {
+        return refuseToStart(kept.error());
+    }
+    // Still before any thread: it may move the process into a network namespace of its own.
     const auto backend = chooseWiFiBackend();
     if (!backend) {
-        qCCritical(lcApp, "%s", qUtf8Printable(backend.error().text()));
-        return 1;
+        return refuseToStart(backend.error());
+    }
+    const auto capableThreads = CapableThreads::keep(capabilitiesOfCaptures(*backend));
+    if (!capableThreads) {
+        return refuseToStart(capableThreads.error());
     }
     const QString activationToken = SingleInstance::activationTokenOfThisStart();
 
@@ -41,8 +55,12 @@ int main(int argc, char** argv) {
         return 0; // another instance runs and has been brought forward
     }
 
-    AppDelegate delegate(
-        {.wifi = makeWiFiClient(*backend), .version = QApplication::applicationVersion(), .sendTrackingReport = {}});
+    AppDelegate delegate({.wifi = makeWiFiClient(*backend),
+                          .version = QApplication::applicationVersion(),
+                          .sendTrackingReport = {},
+                          .startCaptureThread = [threads = capableThreads->get()](std::function<void()> work) {
+                              return threads->start(std::move(work));
+                          }});
     const TerminationSignals terminationSignals;
     QObject::connect(&delegate, &AppDelegate::quitRequested, &application, &QCoreApplication::quit,
                      Qt::QueuedConnection);
