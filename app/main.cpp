@@ -5,11 +5,13 @@
 #include "base/Capabilities.h"
 #include "base/TerminationSignals.h"
 #include "privileges/CapableThreads.h"
+#include "services/ProgramOptions.h"
 #include "services/SingleInstance.h"
 #include "ui/ApplicationIcon.h"
 
 #include <QApplication>
 #include <QLoggingCategory>
+#include <cstdio>
 
 namespace {
 Q_LOGGING_CATEGORY(lcApp, "vantrel.app")
@@ -26,6 +28,9 @@ int main(int argc, char** argv) {
     // Before any thread exists, so that it holds for all of them: no child of ours begins with a capability.
     if (const auto kept = keepCapabilitiesFromPrograms(); !kept) {
         return refuseToStart(kept.error());
+    }
+    if (const auto text = printedFor(std::span(argv, static_cast<std::size_t>(argc)).subspan(argc > 0 ? 1 : 0))) {
+        return std::fputs(qUtf8Printable(*text), stdout) >= 0 && std::fflush(stdout) == 0 ? 0 : 1;
     }
     // Still before any thread: it may move the process into a network namespace of its own.
     const auto backend = chooseWiFiBackend();
