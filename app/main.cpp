@@ -12,19 +12,62 @@
 #include <QApplication>
 #include <QLoggingCategory>
 #include <cstdio>
+#include <functional>
+#include <span>
 
 namespace {
+
+using namespace vantrel;
+
 Q_LOGGING_CATEGORY(lcApp, "vantrel.app")
 
-int refuseToStart(const vantrel::Error& error) {
+int refuseToStart(const Error& error) {
     qCCritical(lcApp, "%s", qUtf8Printable(error.text()));
     return 1;
 }
+
+// Until the user or a signal ends it. The adapter is opened once no other instance of this user can have it.
+int runInTray(QApplication& application, const WiFiBackend& backend, CapableThreads& capableThreads,
+              const QString& activationToken) {
+    const auto instance = SingleInstance::claim(activationToken);
+    if (!instance) {
+        qCWarning(lcApp, "%s", qUtf8Printable(instance.error().text()));
+        return 1;
+    }
+    if (!*instance) {
+        return 0; // another instance runs and has been brought forward
+    }
+
+    AppDelegate delegate({.wifi = makeWiFiClient(backend),
+                          .version = QApplication::applicationVersion(),
+                          .sendTrackingReport = {},
+                          .startCaptureThread = [&capableThreads](std::function<void()> work) {
+                              return capableThreads.start(std::move(work));
+                          }});
+    const TerminationSignals terminationSignals;
+    QObject::connect(&delegate, &AppDelegate::quitRequested, &application, &QCoreApplication::quit,
+                     Qt::QueuedConnection);
+    QObject::connect(&terminationSignals, &TerminationSignals::terminationRequested, &application,
+                     &QCoreApplication::quit);
+    QObject::connect(instance->get(), &SingleInstance::activationRequested, &delegate,
+                     [&delegate] { static_cast<void>(delegate.applicationShouldHandleReopen(false)); });
+
+    // In the event loop: until it runs, nothing can end a program that shows a question.
+    QMetaObject::invokeMethod(
+        &delegate,
+        [&delegate] {
+            delegate.applicationWillFinishLaunching();
+            delegate.applicationDidFinishLaunching();
+        },
+        Qt::QueuedConnection);
+    const int status = QApplication::exec();
+    delegate.applicationWillTerminate();
+    return status;
+}
+
 } // namespace
 
 int main(int argc, char** argv) {
-    using namespace vantrel;
-
     // Before any thread exists, so that it holds for all of them: no child of ours begins with a capability.
     if (const auto kept = keepCapabilitiesFromPrograms(); !kept) {
         return refuseToStart(kept.error());
@@ -51,38 +94,5 @@ int main(int argc, char** argv) {
     QApplication::setWindowIcon(ui::applicationIcon());
     QApplication::setQuitOnLastWindowClosed(false); // it lives in the tray
 
-    const auto instance = SingleInstance::claim(activationToken);
-    if (!instance) {
-        qCWarning(lcApp, "%s", qUtf8Printable(instance.error().text()));
-        return 1;
-    }
-    if (!*instance) {
-        return 0; // another instance runs and has been brought forward
-    }
-
-    AppDelegate delegate({.wifi = makeWiFiClient(*backend),
-                          .version = QApplication::applicationVersion(),
-                          .sendTrackingReport = {},
-                          .startCaptureThread = [threads = capableThreads->get()](std::function<void()> work) {
-                              return threads->start(std::move(work));
-                          }});
-    const TerminationSignals terminationSignals;
-    QObject::connect(&delegate, &AppDelegate::quitRequested, &application, &QCoreApplication::quit,
-                     Qt::QueuedConnection);
-    QObject::connect(&terminationSignals, &TerminationSignals::terminationRequested, &application,
-                     &QCoreApplication::quit);
-    QObject::connect(instance->get(), &SingleInstance::activationRequested, &delegate,
-                     [&delegate] { static_cast<void>(delegate.applicationShouldHandleReopen(false)); });
-
-    // In the event loop: until it runs, nothing can end a program that shows a question.
-    QMetaObject::invokeMethod(
-        &delegate,
-        [&delegate] {
-            delegate.applicationWillFinishLaunching();
-            delegate.applicationDidFinishLaunching();
-        },
-        Qt::QueuedConnection);
-    const int status = QApplication::exec();
-    delegate.applicationWillTerminate();
-    return status;
+    return runInTray(application, *backend, **capableThreads, activationToken);
 }
