@@ -2,6 +2,7 @@
 
 #include "app/PreferencesWindows.h"
 #include "services/PcapApplications.h"
+#include "services/ProgramCommand.h"
 #include "services/VersionInfo.h"
 #include "settings/Defaults.h"
 #include "ui/Alerts.h"
@@ -97,9 +98,7 @@ void AppDelegate::registerDefaultValues() {
 
 void AppDelegate::repairAfterCaptureActions() { repairAfterCaptureAction(_settings); }
 
-void AppDelegate::observeLoginItems() {
-    _loginItems = std::make_unique<LoginItems>(QCoreApplication::applicationFilePath());
-}
+void AppDelegate::observeLoginItems() { _loginItems = std::make_unique<LoginItems>(commandOfProgram()); }
 
 void AppDelegate::monitorWiFiEvents() {
     _options.wifi->setDelegate(this);
@@ -178,18 +177,20 @@ void AppDelegate::makeHopping() {
 }
 
 void AppDelegate::makeSession() {
-    _session = std::make_unique<CaptureSession>(CaptureSession::Surroundings{.settings = _settings,
-                                                                             .airport = _options.wifi->interface(),
-                                                                             .flags = _flags,
-                                                                             .restore = _restore,
-                                                                             .mainQueue = _mainQueue,
-                                                                             .timers = *_timers,
-                                                                             .packetQueue = *_packetQueue,
-                                                                             .view = *_view,
-                                                                             .dialogs = _dialogs,
-                                                                             .hopper = *_hopper,
-                                                                             .finalizer = _delivery->finalizer(),
-                                                                             .desktopFolder = _desktopFolder});
+    _session = std::make_unique<CaptureSession>(
+        CaptureSession::Surroundings{.settings = _settings,
+                                     .airport = _options.wifi->interface(),
+                                     .flags = _flags,
+                                     .restore = _restore,
+                                     .mainQueue = _mainQueue,
+                                     .timers = *_timers,
+                                     .packetQueue = *_packetQueue,
+                                     .view = *_view,
+                                     .dialogs = _dialogs,
+                                     .hopper = *_hopper,
+                                     .finalizer = _delivery->finalizer(),
+                                     .desktopFolder = _desktopFolder,
+                                     .startCaptureThread = _options.startCaptureThread});
 }
 
 void AppDelegate::makeCommands() {
@@ -206,8 +207,12 @@ void AppDelegate::makeCommands() {
                                                                                 .dialogs = _dialogs,
                                                                                 .starter = *_starter,
                                                                                 .view = *_view});
-    _linkLayer = std::make_unique<LinkLayerMenu>(LinkLayerMenu::Surroundings{
-        .menu = *_statusMenu, .settings = _settings, .airport = airport, .session = *_session});
+    _linkLayer =
+        std::make_unique<LinkLayerMenu>(LinkLayerMenu::Surroundings{.menu = *_statusMenu,
+                                                                    .settings = _settings,
+                                                                    .airport = airport,
+                                                                    .session = *_session,
+                                                                    .startCaptureThread = _options.startCaptureThread});
     _preferences =
         std::make_unique<PreferencesWindows>(PreferencesWindows::Surroundings{.settings = _settings,
                                                                               .airport = airport,

@@ -11,7 +11,7 @@ namespace vantrel {
 
 void LinkLayerMenu::populateLinkLayerHeaderSubmenu() {
     _wasOff = !_around.airport.powerOn();
-    const auto offered = offeredDataLinks(_around.airport);
+    const auto offered = askDevice();
     const int chosen = chooseDataLink(offered, _around.settings.integerForKey(keys::LinkLayerHeader));
     std::vector<ui::LinkLayerHeader> headers;
     headers.reserve(offered.size());
@@ -20,6 +20,13 @@ void LinkLayerMenu::populateLinkLayerHeaderSubmenu() {
     }
     _around.menu.populateLinkLayerHeaderSubmenu(headers, chosen);
     _around.session.setDataLinkType(chosen);
+}
+
+// Nothing that this thread waits for is waiting for the main one: the probe posts, and never waits for what it posted.
+std::vector<DataLink> LinkLayerMenu::askDevice() const {
+    std::vector<DataLink> offered;
+    _around.startCaptureThread([this, &offered] { offered = offeredDataLinks(_around.airport); }).join();
+    return offered;
 }
 
 void LinkLayerMenu::adapterChanged() {

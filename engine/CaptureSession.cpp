@@ -122,7 +122,7 @@ bool CaptureSession::startCapture(CaptureMode mode) {
     _limitReached = false;
     _framesDroppedByKernel = 0;
     _framesNotWritten = 0;
-    _captureThread = std::thread([this] { runCapture(); });
+    _captureThread = _around.startCaptureThread([this] { runCapture(); });
     return true;
 }
 

@@ -1,6 +1,7 @@
 // The capture thread's part: the whole life of the device, from open to close.
 #include "CaptureTurn.h"
 #include "RemoteTexts.h"
+#include "base/Capabilities.h"
 #include "engine/CaptureDevice.h"
 #include "engine/DeviceTexts.h"
 #include "frames/RadioHeader.h"
@@ -62,7 +63,17 @@ bool VantrelCaptureConnection::openDevice() {
         qCWarning(lcRemote, texts::pcapSetDatalinkFailed, qUtf8Printable(device->errorText()));
         return false;
     }
-    return true;
+    return giveUpCapabilities();
+}
+
+// The device is open. What follows takes frames from the air apart, here, and in the hop thread, which starts with what
+// this one holds: neither needs a capability any more.
+bool VantrelCaptureConnection::giveUpCapabilities() {
+    const auto given = setCapabilities({});
+    if (!given) {
+        qCWarning(lcRemote, "%s", qUtf8Printable(given.error().text()));
+    }
+    return given.has_value();
 }
 
 void VantrelCaptureConnection::runLoop() {

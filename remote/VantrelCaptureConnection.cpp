@@ -21,16 +21,15 @@ constexpr auto floodPause = 5ms;
 
 std::unique_ptr<VantrelCaptureConnection>
 VantrelCaptureConnection::initWithInputStream(std::unique_ptr<InputStream> inputStream,
-                                              std::unique_ptr<OutputStream> outputStream,
-                                              const Surroundings& surroundings) {
+                                              std::unique_ptr<OutputStream> outputStream, Surroundings surroundings) {
     return std::unique_ptr<VantrelCaptureConnection>(
-        new VantrelCaptureConnection(std::move(inputStream), std::move(outputStream), surroundings));
+        new VantrelCaptureConnection(std::move(inputStream), std::move(outputStream), std::move(surroundings)));
 }
 
 VantrelCaptureConnection::VantrelCaptureConnection(std::unique_ptr<InputStream> inputStream,
                                                    std::unique_ptr<OutputStream> outputStream,
-                                                   const Surroundings& surroundings)
-    : _around(surroundings),
+                                                   Surroundings surroundings)
+    : _around(std::move(surroundings)),
       _inputStream(std::move(inputStream)),
       _outputStream(std::move(outputStream)),
       _packetQueue(std::make_unique<UnsentQueue>()) {}
@@ -51,7 +50,7 @@ bool VantrelCaptureConnection::open() {
     _inputStream->open();
     _outputStream->open();
     _reader = std::thread([this] { keepAlive(); });
-    _capture = std::thread([this] { startCapture(); });
+    _capture = _around.startCaptureThread([this] { startCapture(); });
     return true;
 }
 

@@ -140,9 +140,13 @@ void VantrelCaptureServer::acceptConnection(int descriptor) {
         qCWarning(lcRemote, "%s failed: %s", qUtf8Printable(streams.error().what), qUtf8Printable(streams.error().why));
         return;
     }
-    const std::shared_ptr<VantrelCaptureConnection> connection = VantrelCaptureConnection::initWithInputStream(
-        std::move(streams->input), std::move(streams->output),
-        {.airport = _around.airport, .controls = _around.controls, .turn = *_turn, .clock = *_clock});
+    const std::shared_ptr<VantrelCaptureConnection> connection =
+        VantrelCaptureConnection::initWithInputStream(std::move(streams->input), std::move(streams->output),
+                                                      {.airport = _around.airport,
+                                                       .controls = _around.controls,
+                                                       .turn = *_turn,
+                                                       .clock = *_clock,
+                                                       .startCaptureThread = _around.startCaptureThread});
     _connections.insert(connection);
     connection->open();
     connect(connection.get(), &VantrelCaptureConnection::VantrelCaptureConnectionDidCloseNotification, this,

@@ -103,8 +103,14 @@ void AppFixture::make(const QString& version) {
     }
     auto recording = std::make_unique<RecordingClient>(std::move(wifi), events);
     client = recording.get();
-    app = std::make_unique<AppDelegate>(AppDelegate::Options{
-        .wifi = std::move(recording), .version = version, .sendTrackingReport = [this] { ++trackingReports; }});
+    app = std::make_unique<AppDelegate>(AppDelegate::Options{.wifi = std::move(recording),
+                                                             .version = version,
+                                                             .sendTrackingReport = [this] { ++trackingReports; },
+                                                             .startCaptureThread =
+                                                                 [this](std::function<void()> work) {
+                                                                     ++captureThreads;
+                                                                     return startOrdinaryThread(std::move(work));
+                                                                 }});
 }
 
 void AppFixture::start() {

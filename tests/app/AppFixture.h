@@ -79,6 +79,7 @@ protected:
     QStringList events;      // what the Wi-Fi service was asked for
     QStringList alerts;      // "text | informative text" of those answered
     int trackingReports = 0; // sent
+    int captureThreads = 0;  // started as such
     std::unique_ptr<CWWiFiClient> wifi;
     RecordingClient* client = nullptr; // owned by the application
     std::unique_ptr<AppDelegate> app;

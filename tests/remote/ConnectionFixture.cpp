@@ -1,5 +1,7 @@
 #include "ConnectionFixture.h"
 
+#include "base/Capabilities.h"
+
 #include <pcap/pcap.h>
 #include <sys/socket.h>
 
@@ -22,6 +24,9 @@ std::ptrdiff_t Journal::count(const std::string& what) const {
 
 Expected<void> TestAirport::setWLANChannel(const CWChannel& wanted) {
     _journal.note("channel " + std::to_string(wanted.channelNumber));
+    if (const auto held = capabilities()) {
+        permittedAtTuning = held->permitted;
+    }
     if (wanted.channelNumber == refusedChannel) {
         return failure(QStringLiteral("test"), QStringLiteral("refused"));
     }

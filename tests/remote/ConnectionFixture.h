@@ -51,6 +51,7 @@ public:
 
     std::atomic<bool> associated = false;
     std::atomic<bool> power = true;
+    std::atomic<std::uint64_t> permittedAtTuning = ~std::uint64_t{0}; // of the thread that tuned last
 
     QString interfaceName() const override { return device; }
     CWInterfaceMode interfaceMode() const override {

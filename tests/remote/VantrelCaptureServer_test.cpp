@@ -1,6 +1,7 @@
 #include "remote/VantrelCaptureServer.h"
 
 #include "ConnectionFixture.h"
+#include "base/Capabilities.h"
 #include "base/Error.h"
 
 #include <arpa/inet.h>
@@ -58,12 +59,22 @@ protected:
     TestAirport airport{journal};
     TestControls controls{journal};
     std::optional<TapDevice> tap;
+    std::optional<Capabilities> heldAtTheEnd; // of the capture thread; to be read once the server is gone
     std::optional<VantrelCaptureServer> server{
-        std::in_place,
-        VantrelCaptureServer::Surroundings{
-            .airport = airport, .controls = controls, .makeNetService = [this](const NetService::Description& what) {
-                return std::make_unique<TestService>(what, announcements);
-            }}};
+        std::in_place, VantrelCaptureServer::Surroundings{.airport = airport,
+                                                          .controls = controls,
+                                                          .makeNetService =
+                                                              [this](const NetService::Description& what) {
+                                                                  return std::make_unique<TestService>(what,
+                                                                                                       announcements);
+                                                              },
+                                                          .startCaptureThread =
+                                                              [this](std::function<void()> work) {
+                                                                  return std::thread([this, work = std::move(work)] {
+                                                                      work();
+                                                                      heldAtTheEnd = capabilities().value();
+                                                                  });
+                                                              }}};
 };
 
 TEST_F(Server, IsStoppedAtFirst) {
@@ -88,6 +99,16 @@ TEST_F(Server, StartedItAnnouncesThePortThatTheSystemChose) {
     EXPECT_THAT(announcements.calls(), ElementsAre("publish"));
     auto client = connectClient();
     EXPECT_TRUE(isServed());
+}
+
+TEST_F(Server, ItsCaptureRunsOnAThreadThatWasStartedForItAndGivesUpWhatThatHoldsOnceTheDeviceIsOpen) {
+    ASSERT_NE(capabilities().value(), Capabilities()) << "nobody could see that anything was given up";
+    ASSERT_TRUE(server->start());
+    auto client = connectClient();
+    ASSERT_TRUE(isServed());
+    EXPECT_TRUE(runUntil([&] { return journal.count("channel 1") > 0 && airport.permittedAtTuning == 0; }));
+    server.reset();
+    EXPECT_EQ(heldAtTheEnd, Capabilities());
 }
 
 TEST_F(Server, StoppedItKeepsItsPortAndNobodyListensThere) {

@@ -45,11 +45,11 @@ Expected<void> mayCapture() {
     return {};
 }
 
-int serve(CWInterface& airport) {
+int serve(CWInterface& airport, const ThreadStarter& startCaptureThread) {
     // Before the port is known: whoever has read it may end us.
     const TerminationSignals signals;
     NoMenu menu;
-    VantrelCaptureServer server({.airport = airport, .controls = menu});
+    VantrelCaptureServer server({.airport = airport, .controls = menu, .startCaptureThread = startCaptureThread});
     if (!server.start()) {
         return fail("cannot listen on 127.0.0.1");
     }

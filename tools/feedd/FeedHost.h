@@ -2,6 +2,7 @@
 #pragma once
 
 #include "base/Error.h"
+#include "base/ThreadStarter.h"
 
 namespace vantrel {
 class CWInterface;
@@ -9,12 +10,13 @@ class CWInterface;
 
 namespace vantrel::feedd {
 
-// Whether this process may open network devices for capturing; to be asked where the adapter is a network device. An
+// Whether this thread may open network devices for capturing; to be asked where the adapter is a network device. An
 // error says what is missing.
 [[nodiscard]] Expected<void> mayCapture();
 
 // Main thread; needs the application object. Offers the feed of this adapter, prints its port on standard output,
 // and answers how the program ends, once a signal has asked for it and the captures have put the adapter back.
-[[nodiscard]] int serve(CWInterface& airport);
+// The thread starter starts the threads that run libpcap.
+[[nodiscard]] int serve(CWInterface& airport, const ThreadStarter& startCaptureThread);
 
 } // namespace vantrel::feedd

@@ -1,5 +1,10 @@
 #include "AirPlayer.h"
 
+#include "Logging.h"
+#include "base/Capabilities.h"
+
+#include <pthread.h>
+
 namespace vantrel {
 
 namespace {
@@ -42,6 +47,11 @@ void AirPlayer::tune(std::optional<CWChannel> channel) {
 }
 
 void AirPlayer::run() {
+    ::pthread_setname_np(::pthread_self(), "vantrel-air");
+    // Started by a thread that opens the device; what is written into an open one needs no capability.
+    if (const auto dropped = setCapabilities({}); !dropped) {
+        qCWarning(lcSimulated, "%s", qUtf8Printable(dropped.error().text()));
+    }
     std::unique_lock lock(_mutex);
     while (!_stopping) {
         if (_callers > 0) {

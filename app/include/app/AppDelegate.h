@@ -45,6 +45,7 @@ public:
         QString version; // the short version, such as "2.1b3"
         // Called once at start-up. Nothing is reported to anybody, so it stays empty in the program.
         std::function<void()> sendTrackingReport;
+        ThreadStarter startCaptureThread = startOrdinaryThread; // of the threads that run libpcap
     };
 
     // One named step of the start-up.
@@ -62,8 +63,7 @@ public:
     // The two stages of the start-up, each run once, in this order, before the event loop.
     void applicationWillFinishLaunching();
     void applicationDidFinishLaunching();
-    // At quit, after the event loop: flushes the settings, then stops a running capture and waits until its file is
-    // finished.
+    // At quit, after the event loop: flushes the settings, stops a running capture and waits for its finished file.
     void applicationWillTerminate();
     // A second start of the program asks for this one: answers whether it may come forward, which it always may.
     [[nodiscard]] bool applicationShouldHandleReopen(bool hasVisibleWindows);

@@ -3,10 +3,16 @@
 // Main thread.
 #pragma once
 
+#include "base/ThreadStarter.h"
+
+#include <utility>
+#include <vector>
+
 namespace vantrel {
 
 class CaptureSession;
 class CWInterface;
+struct DataLink;
 class SettingsStore;
 
 namespace ui {
@@ -21,11 +27,13 @@ public:
         SettingsStore& settings;
         CWInterface& airport;
         CaptureSession& session;
+        ThreadStarter startCaptureThread = startOrdinaryThread; // of the thread that asks the device
     };
 
-    explicit LinkLayerMenu(const Surroundings& surroundings) : _around(surroundings) {}
+    explicit LinkLayerMenu(Surroundings surroundings) : _around(std::move(surroundings)) {}
 
-    // Once, at the launch. Asks the device, which takes a moment; without an answer the submenu is disabled.
+    // Once, at the launch. Asks the device on a thread that may open it, and waits for the answer, which takes a
+    // moment; without one the submenu is disabled.
     void populateLinkLayerHeaderSubmenu();
 
     // A device that was off at the launch could not be asked then; it is when it comes. Does nothing else.
@@ -35,6 +43,8 @@ public:
     void onLinkLayerHeader(int dlt);
 
 private:
+    [[nodiscard]] std::vector<DataLink> askDevice() const;
+
     const Surroundings _around;
     bool _wasOff = false; // when it was asked
 };

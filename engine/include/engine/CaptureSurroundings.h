@@ -1,6 +1,7 @@
 // What the capture session asks of the rest of the application, each through an interface of its own.
 #pragma once
 
+#include "base/ThreadStarter.h"
 #include "engine/CaptureLimits.h"
 #include "engine/VantrelCaptureFile.h"
 #include "wifi/CaptureFlags.h"
@@ -87,7 +88,8 @@ struct CaptureSurroundings {
     UserDialogs& dialogs;
     ChannelHopper& hopper;
     CaptureFinalizer& finalizer;
-    QString desktopFolder; // stands in for a destination that no longer exists
+    QString desktopFolder;                                  // stands in for a destination that no longer exists
+    ThreadStarter startCaptureThread = startOrdinaryThread; // of the thread that runs libpcap
 };
 
 // The current file and its limits, for the progress display.

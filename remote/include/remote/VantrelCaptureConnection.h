@@ -10,6 +10,7 @@
 #pragma once
 
 #include "base/MainQueue.h"
+#include "base/ThreadStarter.h"
 #include "remote/Streams.h"
 #include "remote/VantrelPacket.h"
 #include "wifi/AdapterRestore.h"
@@ -49,11 +50,12 @@ public:
         CaptureControls& controls;
         CaptureTurn& turn;
         HopClock& clock;
+        ThreadStarter startCaptureThread = startOrdinaryThread; // of the thread that runs libpcap
     };
 
     [[nodiscard]] static std::unique_ptr<VantrelCaptureConnection>
     initWithInputStream(std::unique_ptr<InputStream> inputStream, std::unique_ptr<OutputStream> outputStream,
-                        const Surroundings& surroundings);
+                        Surroundings surroundings);
     ~VantrelCaptureConnection() override;
 
     // Once; opens the streams and starts the capture in the background. Always true.
@@ -80,7 +82,7 @@ Q_SIGNALS:
 
 private:
     VantrelCaptureConnection(std::unique_ptr<InputStream> inputStream, std::unique_ptr<OutputStream> outputStream,
-                             const Surroundings& surroundings);
+                             Surroundings surroundings);
 
     // Reader's thread.
     void keepAlive();
@@ -88,6 +90,7 @@ private:
     // Capture thread.
     void startCapture();
     [[nodiscard]] bool openDevice();
+    [[nodiscard]] static bool giveUpCapabilities();
     void runLoop();
     void closeDevice();
     static void frameArrived(unsigned char* connection, const pcap_pkthdr* header, const unsigned char* data);

@@ -5,6 +5,7 @@
 #pragma once
 
 #include "base/FileDescriptor.h"
+#include "base/ThreadStarter.h"
 #include "remote/NetService.h"
 
 #include <QObject>
@@ -33,6 +34,7 @@ public:
         CWInterface& airport; // of the default adapter
         CaptureControls& controls;
         NetServiceMaker makeNetService = makeAvahiService;
+        ThreadStarter startCaptureThread = startOrdinaryThread; // of the threads that run libpcap
     };
 
     explicit VantrelCaptureServer(Surroundings surroundings);

@@ -14,6 +14,7 @@ import air
 import desktop_menu
 import ends
 import feed
+import installed
 import joined
 import product
 import reading
@@ -27,6 +28,9 @@ from system import attempt, check, processes, run, wait_for
 # What each machine carries out, and who manages its adapter.
 MACHINES = {"supplicant": (Supplicant, (stack, reading, joined, tuning, feed, ends)),
             "manager": (Manager, (stack, joined, ends, desktop_menu))}
+MACHINES = {"supplicant": (Supplicant, (stack, reading, joined, tuning, ends)),
+            "manager": (Manager, (stack, joined, ends, desktop_menu)),
+            "package": (Supplicant, (installed,))}
 ADAPTER, RADIO = "wlan2", 2
 REST_SECONDS = 5.0
 

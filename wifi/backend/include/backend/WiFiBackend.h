@@ -4,6 +4,7 @@
 #include "simulated/SimulatedTransport.h"
 #include "wifi/CWWiFiClient.h"
 
+#include <cstdint>
 #include <memory>
 #include <optional>
 
@@ -23,13 +24,19 @@ struct WiFiWish {
 // An error when the radio's transport that the environment forces cannot be had.
 [[nodiscard]] Expected<WiFiBackend> chooseWiFiBackend(const WiFiWish& wish = {});
 
+// What the threads that run libpcap need of the process's capabilities, as a mask (base/Capabilities.h): opening the
+// device; the simulated radio also makes the device there, in a network namespace of its own or where the process was
+// permitted to.
+[[nodiscard]] std::uint64_t capabilitiesOfCaptures(const WiFiBackend& backend);
+
 // Main thread, once the application object exists: the real adapter has one owner, vantrel-radio, which is started from
 // the folder of this program. Fails where it cannot serve: it cannot be started, finds no adapter, or serves another
 // program of this user.
 [[nodiscard]] Expected<std::unique_ptr<CWWiFiClient>> openWiFiClient(const WiFiBackend& backend);
 
 // The same for a program that goes on without an adapter: the reason is logged, and the client is that of a machine
-// that has none.
+// that has none; or, where this user may not start vantrel-radio, that of an adapter which is there and refuses, so
+// that a capture tells the user so.
 [[nodiscard]] std::unique_ptr<CWWiFiClient> makeWiFiClient(const WiFiBackend& backend);
 
 } // namespace vantrel
