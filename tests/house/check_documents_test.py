@@ -27,6 +27,13 @@ RIGHT = """# A tree
 `~/.config/vantrel/settings.json`, `Qt6::Core`, `1/2`, `settings.json`, `QCoreApplication::quit`, ``./dev``,
 `./dev run`, `std::move(x).y`; plain words: engine/missing.cpp
 
+`vantrel-tool --port 1 --json | other --none`, `build/bin/vantrel-tool --json`, `./dev fuzz --long`, `VANTREL_RADIO=x`,
+`scripts/lint --deep -- --none`, `other --none # scripts/lint --none`, `vantrel-<uid>`, `vantrel-tool-launch`, **Bold is no text**
+> “Users & Groups: go
+> there”
+“Status: Off”, “Save
+now”, “File … out of …: …”, “Could not open "…": 5 % of … are gone”, “Ask for … & wait…”
+
     ./dev fuzz 60    # each target, for a minute
     {"LimitCaptureFile": 1}
 
@@ -35,9 +42,28 @@ $ ./dev run
 ```
 """
 
-CLEAN = {"dev": DEV, "README.md": RIGHT, "ARCHITECTURE.md": "",
+DEV_OPTIONS = DEV + "[ $1 = --long ]\n"
+
+TEXTS = """// "No text of a program."
+constexpr auto off = u"" QT_TRANSLATE_NOOP("vantrel", "Status: &Off"), quote = u'"';
+constexpr char several[] = "File %1 out of %2"  // and the rest
+                           ": %lu";
+constexpr char failed[] = "Could not open \\"%1\\": 5 %% of %.2f are gone";
+constexpr auto help = R"(usage: vantrel-tool [options]
+
+  --port N   the port
+  --json     lines
+)";
+constexpr char where[] = "Users & Groups: go there";
+getenv("VANTREL_RADIO");
+"""
+INTERFACE = "<ui><string>&amp;Save now</string><string>Ask for %1 &amp;&amp; wait…</string></ui>"
+
+CLEAN = {"dev": DEV_OPTIONS, "ui/Texts.h": TEXTS, "ui/Panel.ui": INTERFACE,
+         "app/CMakeLists.txt": "add_executable(vantrel-tool main.cpp)\nvantrel_launched(vantrel-tool)\n", "README.md": RIGHT, "ARCHITECTURE.md": "",
          "docs/a.md": "## The way of a frame\n[up](../README.md)\n", "docs/images/x.png": b"\xff",
-         "engine/include/engine/Q.h": "", "engine/Q.cpp": "", "scripts/lint": ""}
+         "engine/include/engine/Q.h": "", "engine/Q.cpp": "", "scripts/lint": "#!/bin/sh\necho --deep\n",
+         "tests/T.cpp": 'auto text = "A test shows this.";'}
 
 
 class CheckDocuments(unittest.TestCase):
@@ -92,6 +118,41 @@ class CheckDocuments(unittest.TestCase):
         for text in ("\nuse `./dev runs`\n", "\n    ./dev runs     # so\n", "```\n$ ./dev runs\n```\n"):
             with self.subTest(text):
                 self.assertEqual(self.check(text), ["docs/new.md:2: ./dev has no command runs"])
+
+    def test_missing_programs_and_variables(self):
+        self.assertEqual(self.check("`vantrel-tols`, `build/dev/bin/vantrel-none -v`, `VANTREL_NONE=1 vantrel-tool`"),
+                         ["docs/new.md:1: names a missing program: vantrel-tols",
+                          "docs/new.md:1: names a missing program: build/dev/bin/vantrel-none",
+                          "docs/new.md:1: names a missing variable: VANTREL_NONE"])
+
+    def test_missing_options(self):
+        for command, option in {"vantrel-tool --jso": "vantrel-tool has no option --jso",
+                                "sudo build/dev/bin/vantrel-tool --port 1 --loud":
+                                    "build/dev/bin/vantrel-tool has no option --loud",
+                                "$ X=1 scripts/lint --deeper": "scripts/lint has no option --deeper",
+                                "./dev fuzz --lon": "./dev has no option --lon",
+                                "ls --all | vantrel-tool --once": "vantrel-tool has no option --once"}.items():
+            with self.subTest(command):
+                self.assertEqual(self.check(f"\nrun `{command}`\n"), [f"docs/new.md:2: {option}"])
+                self.assertEqual(self.check(f"```\n{command}\n```\n"), [f"docs/new.md:2: {option}"])
+
+    def test_texts_that_no_program_shows(self):
+        for text in ("Status: On", "No text of a program.", "Status: Of", "File … out of …", "A test shows this.",
+                     "Could not open …: … % of … are gone"):
+            with self.subTest(text):
+                self.assertEqual(self.check(f"\nsays “{text}”,\n"),
+                                 [f"docs/new.md:2: no program shows this text: {text}"])
+
+    def test_a_text_over_two_lines(self):
+        self.assertEqual(self.check("so\n\n> “Save\nnone”\n"),
+                         ["docs/new.md:3: no program shows this text: Save none"])
+        self.assertEqual(self.check("a code `“x”` and a block\n\n    “y”\n\n```\n“z”\n```\n"), [])
+
+    def test_bold_words_for_users(self):
+        text = "choose **Save now**, then **Save\nlater**"
+        self.assertEqual(self.check(text), [])
+        self.assertEqual(self.check(text, "docs/user-guide.md"),
+                         ["docs/user-guide.md:1: no program shows this text: Save later"])
 
     def test_only_what_git_may_commit_counts(self):
         subprocess.run(["git", "init", "-q", self.root], check=True)
