@@ -143,6 +143,10 @@ class Desktop:
         """Starts a program in the desktop, with its output in log(log) and a pipe as its standard input."""
         return self._start_child(command, log, stdin=subprocess.PIPE, **environment)
 
+    def processes_of(self, program):
+        """The process and all its descendants."""
+        return _family(program.pid)
+
     def start_panel(self):
         self._panel = self._start_child(["xfce4-panel", "--disable-wm-check"], "panel")
         tray.wait_for_host(self.bus)

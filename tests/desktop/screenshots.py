@@ -3,15 +3,18 @@
 for dense screens.
 
     screenshots.py --output FOLDER [--only light-1x] -- PROGRAM
+    screenshots.py --output FOLDER --guide -- PROGRAM      the pictures of the user's guide, and no others
 
 Status 0 when everything worked, 77 when this machine cannot show a desktop, 1 otherwise.
 """
 import argparse
 import json
+import shutil
 import subprocess
 import sys
 from pathlib import Path
 
+import guide
 from bus import TimedOut, wait_for
 from gi.repository import GLib
 from harness import BACKGROUND, PANEL_HEIGHT, Desktop, Unavailable
@@ -19,6 +22,7 @@ from windows import BUTTONS, STATE_CHECKED
 
 LOOKS = {"light-1x": (False, 1), "light-2x": (False, 2), "dark-1x": (True, 1), "dark-2x": (True, 2)}
 MARGIN = 12  # pixels of the background that stay around a picture
+COLOURS = 128  # of a picture in the guide, which every reader of it loads
 POLL_MS = 100
 CAPTURE = "Capture on Current Channel"
 # The key of each submenu in the menu that the application draws itself.
@@ -57,7 +61,7 @@ class Session:
 
     def __init__(self, desktop, options, name):
         self.desktop = desktop
-        self.folder = options.output / name
+        self.folder = options.output if options.guide else options.output / name
         self.folder.mkdir(parents=True, exist_ok=True)
         dark, self.scale = LOOKS[name]
         self.command = options.program
@@ -91,6 +95,11 @@ class Session:
         path = self.desktop.screenshot(self.folder / f"{name}.png")
         subprocess.run(["mogrify", "-gravity", "NorthEast", "-crop", f"{340 * self.scale}x{630 * self.scale}+0+0",
                         "+repage", path], check=True, timeout=60)
+
+    def take_part(self, name, x, y, width, height):
+        """Of one place on the screen."""
+        path = self.desktop.screenshot(self.folder / f"{name}.png")
+        subprocess.run(["mogrify", "-crop", f"{width}x{height}+{x}+{y}", "+repage", path], check=True, timeout=60)
 
 
 def menus(session):
@@ -197,16 +206,21 @@ def main():
     parser = argparse.ArgumentParser(description=__doc__.partition("\n")[0])
     parser.add_argument("--output", type=Path, required=True, help="folder for the pictures")
     parser.add_argument("--only", choices=LOOKS, help="one look instead of all")
+    parser.add_argument("--guide", action="store_true", help="the pictures of the user's guide")
     parser.add_argument("program", nargs="+", help="the application and its arguments")
     options = parser.parse_args()
     options.program[0] = str(Path(options.program[0]).resolve())
-    for name in [options.only] if options.only else LOOKS:
+    if options.guide and shutil.which("xterm") is None:
+        print("Not installed: xterm (package xterm)")
+        return 77
+    parts = guide.PARTS if options.guide else (menus, alerts, panels, windows, preferences, german)
+    for name in ["light-1x"] if options.guide else [options.only] if options.only else LOOKS:
         dark, scale = LOOKS[name]
         try:
             with Desktop(dark=dark, scale=scale) as desktop:
                 try:
                     session = Session(desktop, options, name)
-                    for part in (menus, alerts, panels, windows, preferences, german):
+                    for part in parts:
                         part(session)
                 except (TimedOut, LookupError, OSError, RuntimeError, GLib.Error) as reason:
                     print(f"This did not work ({name}): {reason}\n{desktop.log('program')}", file=sys.stderr)
@@ -214,7 +228,10 @@ def main():
         except Unavailable as reason:
             print(f"No desktop can be shown here: {reason}")
             return 77
-        print(f"{(options.output / name).resolve()}: {len(list((options.output / name).glob('*.png')))} pictures")
+        pictures = sorted(session.folder.glob("*.png"))
+        if options.guide:
+            subprocess.run(["mogrify", "-strip", "+dither", "-colors", str(COLOURS), *pictures], check=True, timeout=60)
+        print(f"{session.folder.resolve()}: {len(pictures)} pictures")
     return 0
 
 
