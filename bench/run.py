@@ -3,7 +3,7 @@
 
     bench/run.py --build BUILD --output FILE       everything, into a document
     bench/run.py --build BUILD --only SECTION      one section, printed: processing, steps, live, buffer,
-                                                   responsiveness or feed
+                                                   responsiveness, startup or feed
     --repetitions N                                how often each program runs; 5 when not given
 
 BUILD holds the target `bench`. Times are compared within one run of this script only; nothing here passes or fails.
@@ -20,6 +20,7 @@ import sys
 import live
 import make_frames
 import responsiveness
+import startup
 from programs import Failed, commands, cost, median, output_of, table
 
 FRAMES = 1_000_000
@@ -120,6 +121,13 @@ def live_sections(build, repetitions, crc):
     return {"live": live.live_section(build, repetitions, crc), "buffer": live.buffer_section(build, repetitions)}
 
 
+def starts(build, repetitions):
+    try:
+        return startup.section(build, repetitions)
+    except (Failed, ImportError, SystemExit) as reason:
+        return [f"Not measured: {reason}"]
+
+
 def answers(build):
     try:
         return responsiveness.section(build)
@@ -157,6 +165,7 @@ def document(build, repetitions):
     described = machine(build)
     times = measure_steps(build)
     sections = {"processing": processing(build, repetitions)}
+    sections["startup"] = starts(build, repetitions)
     sections["responsiveness"] = answers(build)
     sections |= live_sections(build, repetitions, times["crc32OfZlib/287"] / 1000)
     return "\n".join([
@@ -167,6 +176,7 @@ def document(build, repetitions):
         "", "## The machine", "", *commands(["bench/run.py --build build/release --output FILE"]), "", *described,
         "", "## Processing", "", *sections["processing"], "", "## Steps of a frame", "", *steps(times),
         "", "## Live captures", "", *sections["live"],
+        "", "## Start and memory", "", *sections["startup"],
         "", "## Answers during a capture", "", *sections["responsiveness"],
         "", "## The loopback feed", "", *feed(build),
         "", "## Kernel buffer size", "", *sections["buffer"], "", BUFFER_REASON, ""])
@@ -177,6 +187,8 @@ def one_section(build, repetitions, wanted):
         return processing(build, repetitions)
     if wanted == "responsiveness":
         return answers(build)
+    if wanted == "startup":
+        return starts(build, repetitions)
     if wanted == "feed":
         return feed(build)
     times = measure_steps(build)
@@ -193,7 +205,7 @@ def main():
     parser = argparse.ArgumentParser(description=__doc__, formatter_class=argparse.RawDescriptionHelpFormatter)
     parser.add_argument("--build", type=pathlib.Path, required=True)
     parser.add_argument("--output", type=pathlib.Path)
-    parser.add_argument("--only", choices=["processing", "steps", "live", "buffer", "responsiveness", "feed"])
+    parser.add_argument("--only", choices=["processing", "steps", "live", "buffer", "responsiveness", "startup", "feed"])
     parser.add_argument("--repetitions", type=int, default=5)
     arguments = parser.parse_args()
     build = arguments.build.resolve()
