@@ -213,6 +213,13 @@ class Services(PreferencesTest):
         self.assertIn("This address is a placeholder and reaches nobody. Enter the address of the service you use.",
                       self.windows.texts_in(window))
 
+    def test_all_are_written_when_the_window_is_closed(self):
+        program, item = self.start_idle()
+        self.open(program, item, "Services")
+        self.desktop.type_at_window(program, "Escape")
+        self.desktop.wait_for_no_window(program, TITLE)
+        self.wait_for_stored(CloudSharkApplianceAPIToken="", MojoPacketsEmail="", MojoPacketsAPIKey="")
+
     def test_a_token_makes_the_location_available(self):
         program, item = self.start_idle()
         window = self.open(program, item, "General")
