@@ -98,6 +98,16 @@ class Location(EffectsTest):
         self.desktop.type_at_window(program, "Escape")
         item.wait_for_entry("Quit")
 
+    def test_show_opens_the_service(self):
+        (record, _), = self.install("x-scheme-handler/http", "browser")
+        self.store(CaptureFilesLocation="CloudShark", CloudSharkApplianceURL="http://127.0.0.1:9/appliance/",
+                   CloudSharkApplianceAPIToken="t")
+        program, item = self.start_idle()
+        window = self.open(program, item, "General")
+        self.control(window, COMBO, "CloudShark")
+        self.press(window, "Show")
+        self.assertEqual(self.recorded(record), "http://127.0.0.1:9/appliance/captures")
+
 
 class AfterSaving(EffectsTest):
     def test_the_next_capture_opens_in_the_application(self):

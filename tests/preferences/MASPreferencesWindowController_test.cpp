@@ -78,13 +78,14 @@ protected:
         return *qobject_cast<QToolButton*>(toolbar.widgetForAction(toolbar.actions()[at]));
     }
     // The platform tells shortcuts of keys; there is none here.
-    void pressEscape() {
+    void pressShortcut(const QKeySequence& key) {
         for (QShortcut* shortcut : window->findChildren<QShortcut*>()) {
-            if (shortcut->key() == QKeySequence(Qt::Key_Escape)) {
+            if (shortcut->key() == key) {
                 Q_EMIT shortcut->activated();
             }
         }
     }
+    void pressEscape() { pressShortcut(Qt::Key_Escape); }
     [[nodiscard]] QString text(const char* key) const { return stored().value(QString::fromLatin1(key)).toString(); }
 
     QStringList events;
@@ -332,6 +333,8 @@ TEST_F(Window, ClosingEndsTheEditingAndHides) {
     EXPECT_FALSE(window->isVisible());
     show();
     EXPECT_TRUE(window->isVisible());
+    pressShortcut(QKeySequence::Close);
+    EXPECT_FALSE(window->isVisible());
 }
 
 TEST_F(Window, ARefusingPaneKeepsItOpenExceptWhenTheProgramLeaves) {

@@ -90,6 +90,9 @@ TEST_F(ServicesPane, AllFiveAreWrittenWhenTheWindowIsLeft) {
     pane().windowDidResignKey();
     EXPECT_EQ(stored().size(), 5);
     EXPECT_EQ(stored(keys::CloudSharkApplianceAPIToken).toString(), QStringLiteral("secret"));
+    settings.setString(keys::CloudSharkApplianceAPIToken, QStringLiteral("newer"));
+    pane().viewWillAppear();
+    EXPECT_EQ(field("cloudSharkApplianceAPIToken").text(), QStringLiteral("newer")) << "that edit has ended";
 }
 
 TEST_F(ServicesPane, AllFiveAreWrittenAlsoWhenNoneWasEdited) {
