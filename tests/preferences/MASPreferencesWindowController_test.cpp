@@ -343,7 +343,9 @@ TEST_F(Window, ARefusingPaneKeepsItOpenExceptWhenTheProgramLeaves) {
     first->commits = false;
     pressEscape();
     EXPECT_TRUE(window->isVisible());
+    events.clear();
     EXPECT_TRUE(window->close()) << "as QApplication::quit() closes it";
+    EXPECT_EQ(events.value(0), QStringLiteral("First commits"));
 }
 
 TEST_F(Window, GoesInTheMiddleOfAnEdit) {
