@@ -95,6 +95,15 @@ TEST_F(Preferences, TheTrayShowsAChangeAtOnce) {
     EXPECT_EQ(app->statusItem()->toolTip(), QStringLiteral("Vantrel (simulated)"));
 }
 
+TEST_F(Preferences, AnUploadCanBeChosenOnceItsServiceIsSetUp) {
+    itemOf(ui::outlets::configureServicesMenuItem).trigger();
+    EXPECT_FALSE(itemOf(ui::outlets::uploadToCloudSharkMenuItem).isEnabled());
+    part<QLineEdit>("cloudSharkApplianceAPIToken").setText(QStringLiteral("t"));
+    EXPECT_TRUE(window()->selectedViewController()->commitEditing());
+    EXPECT_TRUE(itemOf(ui::outlets::uploadToCloudSharkMenuItem).isEnabled()) << "at once, without any other event";
+    EXPECT_FALSE(itemOf(ui::outlets::uploadToMojoPacketsMenuItem).isEnabled());
+}
+
 TEST_F(Preferences, AVanishedFolderIsRepairedTwice) {
     app->settings().setString(keys::CaptureFilesLocation, path(QStringLiteral("gone")));
     open();

@@ -4,6 +4,8 @@
 #include "ui/AboutPanel.h"
 
 #include <QApplication>
+#include <QFile>
+#include <QLibraryInfo>
 #include <QTextBrowser>
 #include <QTranslator>
 #include <gtest/gtest.h>
@@ -13,9 +15,10 @@ namespace {
 
 class Translations : public ::testing::Test {
 protected:
-    void install(const QString& locale) {
+    void install(const QString& locale) { install(QLocale(locale).uiLanguages()); }
+    void install(const QStringList& languages) {
         const auto before = qApp->findChildren<QTranslator*>();
-        installTranslations(QLocale(locale));
+        installTranslations(languages);
         for (QTranslator* translator : qApp->findChildren<QTranslator*>()) {
             if (!before.contains(translator)) {
                 _installed << translator;
@@ -38,6 +41,9 @@ TEST_F(Translations, GermanIsGermanInEveryCountry) {
         EXPECT_EQ(translated("Vantrel Preferences"), QStringLiteral("Vantrel-Einstellungen")) << qPrintable(locale);
     }
     EXPECT_EQ(QCoreApplication::translate("vantrel::ui::VantrelProgressPanel", "&Stop"), QStringLiteral("&Stopp"));
+    if (QFile::exists(QLibraryInfo::path(QLibraryInfo::TranslationsPath) + QStringLiteral("/qtbase_de.qm"))) {
+        EXPECT_EQ(QCoreApplication::translate("QPlatformTheme", "Cancel"), QStringLiteral("Abbrechen"));
+    }
 }
 
 TEST_F(Translations, OtherwiseTheTextsAreEnglish) {
@@ -46,6 +52,16 @@ TEST_F(Translations, OtherwiseTheTextsAreEnglish) {
         EXPECT_EQ(translated("Vantrel Preferences"), QStringLiteral("Vantrel Preferences")) << qPrintable(locale);
     }
     EXPECT_EQ(translated(QLatin1StringView("no such text")), QStringLiteral("no such text"));
+}
+
+TEST_F(Translations, TheLanguageThatIsLikedBestOfThoseThereAre) {
+    for (const auto& languages : {"en-US en de", "en-GB de-AT", "fr-FR en de"}) {
+        install(QString::fromLatin1(languages).split(u' '));
+        EXPECT_TRUE(_installed.isEmpty()) << languages;
+        EXPECT_EQ(translated("Vantrel Preferences"), QStringLiteral("Vantrel Preferences")) << languages;
+    }
+    install(QStringList{QStringLiteral("fr-FR"), QStringLiteral("fr"), QStringLiteral("de-AT"), QStringLiteral("en")});
+    EXPECT_EQ(translated("Vantrel Preferences"), QStringLiteral("Vantrel-Einstellungen"));
 }
 
 TEST_F(Translations, CreditsAreGermanToo) {

@@ -213,6 +213,32 @@ class Services(PreferencesTest):
         self.assertIn("This address is a placeholder and reaches nobody. Enter the address of the service you use.",
                       self.windows.texts_in(window))
 
+    def test_all_are_written_when_the_window_is_closed(self):
+        program, item = self.start_idle()
+        self.open(program, item, "Services")
+        self.desktop.type_at_window(program, "Escape")
+        self.desktop.wait_for_no_window(program, TITLE)
+        self.wait_for_stored(CloudSharkApplianceAPIToken="", MojoPacketsEmail="", MojoPacketsAPIKey="")
+
+    def test_what_was_typed_is_kept_when_the_program_ends(self):
+        def typed(text):
+            program, item = self.start_idle()
+            window = self.open(program, item, "Services")
+            field = self.control(window, TEXT, "Mojo Packets e-mail")
+            self.windows.focus(field)
+            self.desktop.type_at_window(program, "ctrl+a")
+            self.desktop.type_at_window(program, text)
+            wait_for(lambda: self.windows.text(field) == text, "the text in the field", poll_ms=POLL_MS)
+            self.assertNotEqual(self.stored().get("MojoPacketsEmail"), text)
+            return program, item
+        program, item = typed("q")
+        self.quit(program, item)
+        self.assertEqual(self.stored()["MojoPacketsEmail"], "q")
+        program, item = typed("t")
+        program.terminate()
+        self.ends_in_order(program)
+        self.assertEqual(self.stored()["MojoPacketsEmail"], "t")
+
     def test_a_token_makes_the_location_available(self):
         program, item = self.start_idle()
         window = self.open(program, item, "General")

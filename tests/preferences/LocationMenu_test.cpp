@@ -118,6 +118,18 @@ TEST_F(Locations, AVanishedFolderBecomesTheDesktopAsAFileUrl) {
     EXPECT_EQ(LocationMenu::folderIn(location()), desktop());
 }
 
+TEST_F(Locations, TheFileUrlOfTheDesktopIsEncoded) {
+    const QString folder = path(QStringLiteral("Mein Schreibtisch \u00E4#%41"));
+    ASSERT_TRUE(QDir().mkpath(folder));
+    QComboBox otherMenu;
+    LocationMenu other(otherMenu, settings, folder);
+    settings.setString(keys::CaptureFilesLocation, QStringLiteral("/gone"));
+    other.show();
+    EXPECT_TRUE(location().endsWith(QStringLiteral("/Mein%20Schreibtisch%20%C3%A4%23%2541"))) << qPrintable(location());
+    EXPECT_EQ(LocationMenu::folderIn(location()), folder);
+    EXPECT_EQ(otherMenu.currentText(), QStringLiteral("Desktop"));
+}
+
 TEST_F(Locations, WhatExistsIsKept) {
     for (const char* name : {"Captures", "with space", "\u05D0\u05D1", "a\"b'c", "x\ny", "%1 %n", "<b>"}) {
         const QString folder = path(QString::fromUtf8(name));

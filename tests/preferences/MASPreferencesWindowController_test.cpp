@@ -5,6 +5,7 @@
 #include "settings/SettingsKeys.h"
 #include "support/EventLoop.h"
 
+#include <QAction>
 #include <QApplication>
 #include <QLabel>
 #include <QScreen>
@@ -29,7 +30,11 @@ public:
     }
 
     [[nodiscard]] QString identifier() const override { return _identifier; }
-    [[nodiscard]] QIcon toolbarItemImage() const override { return {}; }
+    [[nodiscard]] QIcon toolbarItemImage() const override {
+        QPixmap image(32, 32);
+        image.fill(QApplication::palette().color(QPalette::WindowText));
+        return image;
+    }
     [[nodiscard]] QString toolbarItemLabel() const override { return _label; }
     void viewWillAppear() override { _events << _identifier + QStringLiteral(" appears"); }
     [[nodiscard]] bool commitEditing() override {
@@ -73,13 +78,14 @@ protected:
         return *qobject_cast<QToolButton*>(toolbar.widgetForAction(toolbar.actions()[at]));
     }
     // The platform tells shortcuts of keys; there is none here.
-    void pressEscape() {
+    void pressShortcut(const QKeySequence& key) {
         for (QShortcut* shortcut : window->findChildren<QShortcut*>()) {
-            if (shortcut->key() == QKeySequence(Qt::Key_Escape)) {
+            if (shortcut->key() == key) {
                 Q_EMIT shortcut->activated();
             }
         }
     }
+    void pressEscape() { pressShortcut(Qt::Key_Escape); }
     [[nodiscard]] QString text(const char* key) const { return stored().value(QString::fromLatin1(key)).toString(); }
 
     QStringList events;
@@ -98,6 +104,21 @@ TEST_F(Window, ItemsInOrderTheFirstSelected) {
     EXPECT_TRUE(first->isVisible());
     EXPECT_FALSE(second->isVisible());
     EXPECT_EQ(window->windowTitle(), QStringLiteral("Vantrel Preferences"));
+    for (int at = 0; at < 2; ++at) {
+        EXPECT_EQ(item(at).defaultAction()->shortcut(), QKeySequence(QStringLiteral("Ctrl+%1").arg(at + 1)));
+    }
+}
+
+TEST_F(Window, TheImagesTakeTheColoursOfTheDesktop) {
+    make();
+    show();
+    const QPalette before = QApplication::palette();
+    QPalette other = before;
+    other.setColor(QPalette::WindowText, QColor(1, 200, 3));
+    QApplication::setPalette(other);
+    settle();
+    EXPECT_EQ(item(1).icon().pixmap(16, 16).toImage().pixelColor(8, 8), QColor(1, 200, 3));
+    QApplication::setPalette(before);
 }
 
 TEST_F(Window, WithoutATitleItIsTheSelectedPanes) {
@@ -203,6 +224,21 @@ TEST_F(Window, SizesAreKeptPerPane) {
     EXPECT_EQ(second->size(), secondSize);
 }
 
+TEST_F(Window, SelectingAPaneIsNoResizingOfIt) {
+    make();
+    show();
+    window->resize(700, 450);
+    settle();
+    const QSize size = first->size();
+    item(1).click();
+    settle();
+    EXPECT_EQ(text("MASPreferences First Frame"),
+              QStringLiteral("{{0, 0}, {%1, %2}}").arg(size.width()).arg(size.height()))
+        << "it is remembered at the latest when it goes";
+    window.reset();
+    EXPECT_FALSE(stored().contains(QStringLiteral("MASPreferences Second Frame")));
+}
+
 TEST_F(Window, ARememberedSizeThatNoScreenHasIsNotTaken) {
     for (const auto& remembered :
          {QStringLiteral("{{0, 0}, {90000, 90000}}"), QStringLiteral("{{0, 0}, {1, 1}}"),
@@ -229,6 +265,24 @@ TEST_F(Window, ThePlaceIsKept) {
     make();
     show();
     EXPECT_EQ(window->frameGeometry().topLeft(), QPoint(123, 77));
+}
+
+TEST_F(Window, ThePlaceIsTakenAlsoWhenAPaneWasSelectedBefore) {
+    settings.setString(keys::MASPreferencesFrameTopLeft, QStringLiteral("{123, 77}"));
+    make();
+    EXPECT_TRUE(window->selectControllerWithIdentifier(QStringLiteral("Second")));
+    show();
+    EXPECT_EQ(window->frameGeometry().topLeft(), QPoint(123, 77));
+    EXPECT_EQ(window->selectedViewController(), second);
+}
+
+TEST_F(Window, ComesBackFromTheTaskBar) {
+    make();
+    show();
+    window->showMinimized();
+    settle();
+    show();
+    EXPECT_FALSE(window->isMinimized());
 }
 
 TEST_F(Window, AMoveIsRememberedAlsoWhenTheWindowGoesAtOnce) {
@@ -279,6 +333,8 @@ TEST_F(Window, ClosingEndsTheEditingAndHides) {
     EXPECT_FALSE(window->isVisible());
     show();
     EXPECT_TRUE(window->isVisible());
+    pressShortcut(QKeySequence::Close);
+    EXPECT_FALSE(window->isVisible());
 }
 
 TEST_F(Window, ARefusingPaneKeepsItOpenExceptWhenTheProgramLeaves) {
@@ -287,7 +343,9 @@ TEST_F(Window, ARefusingPaneKeepsItOpenExceptWhenTheProgramLeaves) {
     first->commits = false;
     pressEscape();
     EXPECT_TRUE(window->isVisible());
+    events.clear();
     EXPECT_TRUE(window->close()) << "as QApplication::quit() closes it";
+    EXPECT_EQ(events.value(0), QStringLiteral("First commits"));
 }
 
 TEST_F(Window, GoesInTheMiddleOfAnEdit) {
@@ -317,6 +375,19 @@ TEST_F(Window, ServicesAreWrittenWhenAnotherWindowIsUsed) {
     settle();
     EXPECT_EQ(stored(keys::MojoPacketsAPIKey).toString(), QStringLiteral("key"));
     EXPECT_GE(changes, 1) << "what a pane tells, the window passes on";
+}
+
+TEST_F(Window, ServicesAreWrittenWhenTheWindowIsClosed) {
+    MASPreferencesWindowController::ViewControllers panes;
+    panes.push_back(std::make_unique<VantrelServicesPrefsViewController>(surroundings()));
+    window = MASPreferencesWindowController::initWithViewControllers(std::move(panes), QString(), settings);
+    show();
+    EXPECT_FALSE(stored().contains(keys::MojoPacketsEmail));
+    window->close();
+    QApplication::setActiveWindow(nullptr);
+    settle();
+    EXPECT_TRUE(stored().contains(keys::MojoPacketsEmail));
+    EXPECT_TRUE(stored().contains(keys::CloudSharkApplianceURL));
 }
 
 } // namespace

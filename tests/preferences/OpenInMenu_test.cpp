@@ -5,10 +5,15 @@
 
 #include <QApplication>
 #include <QComboBox>
+#include <QDir>
 #include <QFile>
 #include <QFileDialog>
+#include <QFileInfo>
+#include <QIcon>
 #include <QMessageBox>
+#include <QPixmap>
 #include <QTimer>
+#include <array>
 
 namespace vantrel::preferences {
 namespace {
@@ -39,6 +44,17 @@ protected:
         QFile file(path(name));
         EXPECT_TRUE(file.open(QIODevice::WriteOnly));
         return file.fileName();
+    }
+    void writeFile(const QString& name, const QByteArray& text) {
+        QFile file(touch(name));
+        EXPECT_TRUE(file.open(QIODevice::WriteOnly));
+        file.write(text);
+    }
+    void writeIcon(const QString& name, Qt::GlobalColor colour) {
+        EXPECT_TRUE(QDir().mkpath(QFileInfo(path(name)).path()));
+        QPixmap image(16, 16);
+        image.fill(colour);
+        EXPECT_TRUE(image.save(path(name)));
     }
     // Chooses this in the application panel, and closes the alert that may follow.
     void answerPanel(const QString& file) {
@@ -73,6 +89,32 @@ TEST_F(OpenIn, EntriesTellNameAndVersion) {
     EXPECT_EQ(titles(), (QStringList{QStringLiteral("Alpha (3.0.1)"), QStringLiteral("Beta (org.b)"),
                                      QStringLiteral("None"), QStringLiteral("Other...")}));
     EXPECT_TRUE(stored().isEmpty());
+}
+
+TEST_F(OpenIn, EntriesShowTheIconsOfTheirApplications) {
+    writeIcon(QStringLiteral("own.png"), Qt::red);
+    writeIcon(QStringLiteral("probe/16x16/apps/capture-viewer.png"), Qt::green);
+    writeIcon(QStringLiteral("probe/16x16/apps/application-x-executable.png"), Qt::blue);
+    writeFile(QStringLiteral("probe/index.theme"), "[Icon Theme]\nName=Probe\nDirectories=16x16/apps\n"
+                                                   "[16x16/apps]\nSize=16\nType=Fixed\n");
+    const QString themeBefore = QIcon::themeName();
+    const QStringList pathsBefore = QIcon::themeSearchPaths();
+    QIcon::setThemeSearchPaths({_folder.path()});
+    QIcon::setThemeName(QStringLiteral("probe"));
+    applications = {{path(QStringLiteral("a.desktop")), {}, {}, path(QStringLiteral("own.png"))},
+                    {path(QStringLiteral("b.desktop")), {}, {}, QStringLiteral("capture-viewer")},
+                    {path(QStringLiteral("c.desktop")), {}, {}, QStringLiteral("in-no-theme")},
+                    {path(QStringLiteral("d.desktop")), {}, {}, {}},
+                    {path(QStringLiteral("e.desktop")), {}, {}, QStringLiteral("/gone.png")}};
+    entries.show();
+    const std::array colours{Qt::red, Qt::green, Qt::blue, Qt::blue, Qt::blue};
+    for (int at = 0; at < 5; ++at) {
+        EXPECT_EQ(menu.itemIcon(at).pixmap(16, 16).toImage().pixelColor(8, 8),
+                  QColor(colours.at(static_cast<std::size_t>(at))))
+            << at;
+    }
+    QIcon::setThemeName(themeBefore);
+    QIcon::setThemeSearchPaths(pathsBefore);
 }
 
 TEST_F(OpenIn, WithoutApplicationsThereIsNone) {

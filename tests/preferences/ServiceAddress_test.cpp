@@ -23,6 +23,8 @@ TEST(ServiceAddress, Verdicts) {
                                                            {" https://captures.test", V::NotAnAddress},
                                                            {"https://captures.test\n", V::NotAnAddress},
                                                            {"https://a b", V::NotAnAddress},
+                                                           {"https://a.test/\x01", V::NotAnAddress},
+                                                           {"a\x01.test", V::NotAnAddress},
                                                            {"https://captures.test:99999", V::NotAnAddress},
                                                            {"https://[::1", V::NotAnAddress},
                                                            {"captures.test", V::NoScheme},

@@ -119,9 +119,12 @@ TEST_F(GeneralPane, ATextPutInWithoutTheKeyboardEndsItsEdit) {
     EXPECT_EQ(field("maxCaptureFiles").text(), QStringLiteral("100"));
     EXPECT_EQ(stored(keys::MaxCaptureFiles).toInt(), 100);
     for (const auto& [name, text] : hostileTexts()) {
-        put(field("limitCaptureFileValue"), text);
-        EXPECT_EQ(field("limitCaptureFileValue").text(), QStringLiteral("1")) << name;
-        EXPECT_EQ(stored(keys::LimitCaptureFileValue).toInt(), 1) << name;
+        for (const auto& [fieldName, key] : {std::pair("limitCaptureFileValue", keys::LimitCaptureFileValue),
+                                             std::pair("maxCaptureFiles", keys::MaxCaptureFiles)}) {
+            put(field(fieldName), text);
+            EXPECT_EQ(field(fieldName).text(), QStringLiteral("1")) << name << " in " << fieldName;
+            EXPECT_EQ(stored(key).toInt(), 1) << name << " in " << fieldName;
+        }
     }
 }
 
@@ -186,6 +189,8 @@ TEST_F(GeneralPane, UnitsAreKeptByTheirCode) {
     EXPECT_EQ(stored(keys::LimitCaptureFileUnits).toInt(), 4);
     press(Qt::Key_Up);
     EXPECT_EQ(stored(keys::LimitCaptureFileUnits).toInt(), 3);
+    appearAnew();
+    EXPECT_EQ(part<QComboBox>(pane(), "limitCaptureFileUnits").currentText(), QStringLiteral("minutes"));
     settings.setInteger(keys::LimitCaptureFileUnits, 17);
     appearAnew();
     EXPECT_EQ(part<QComboBox>(pane(), "limitCaptureFileUnits").currentIndex(), -1) << "none that we know";
@@ -201,6 +206,29 @@ TEST_F(GeneralPane, AfterSavingActionsExcludeEachOther) {
     EXPECT_EQ(actions(), QStringLiteral("100"));
     EXPECT_TRUE(radio("DoNothing").isChecked());
     EXPECT_FALSE(radio("RunScript").isChecked());
+}
+
+TEST_F(GeneralPane, TheApplicationCanBeChosenWhereCapturesAreOpened) {
+    auto& menu = part<QComboBox>(pane(), "openInMenu");
+    EXPECT_FALSE(menu.isEnabled());
+    radio("OpenInApplication").click();
+    EXPECT_TRUE(menu.isEnabled());
+    radio("RunScript").click();
+    EXPECT_FALSE(menu.isEnabled());
+}
+
+TEST_F(GeneralPane, TheLimitsCanBeEnteredWhereFilesAreLimited) {
+    const auto areEnabled = [this] {
+        const bool isEnabled = field("maxCaptureFiles").isEnabled();
+        EXPECT_EQ(field("limitCaptureFileValue").isEnabled(), isEnabled);
+        EXPECT_EQ(part<QComboBox>(pane(), "limitCaptureFileUnits").isEnabled(), isEnabled);
+        return isEnabled;
+    };
+    EXPECT_FALSE(areEnabled());
+    box("limitCaptureFile").click();
+    EXPECT_TRUE(areEnabled());
+    box("limitCaptureFile").click();
+    EXPECT_FALSE(areEnabled());
 }
 
 TEST_F(GeneralPane, AssistiveProgramsToggleWithoutClicking) {
@@ -222,6 +250,12 @@ TEST_F(GeneralPane, AfterSavingActionIsShown) {
         appearAnew();
         EXPECT_TRUE(radio(key.data()).isChecked()) << key.data();
         EXPECT_EQ(part<QComboBox>(pane(), "openInMenu").isEnabled(), key == keys::OpenInApplication);
+    }
+    for (const auto key : {keys::RunScript, keys::OpenInApplication}) {
+        settings.setBool(key, true);
+        pane().viewWillAppear();
+        EXPECT_TRUE(radio(key.data()).isChecked()) << "of several, the one that the next capture heeds";
+        EXPECT_FALSE(radio("DoNothing").isChecked());
     }
 }
 
@@ -301,6 +335,17 @@ TEST_F(GeneralPane, ShowSaysWhyThereIsNothingToShow) {
     appearAnew();
     EXPECT_FALSE(show().isEnabled());
     EXPECT_EQ(show().toolTip(), QStringLiteral("The address of the service is not one that a browser can open."));
+}
+
+TEST_F(GeneralPane, ShowFollowsTheChosenLocation) {
+    auto& menu = part<QComboBox>(pane(), "locationMenu");
+    for (const auto& [title, canShow] :
+         {std::pair(QStringLiteral("Ask for each capture"), false), std::pair(QStringLiteral("Desktop"), true)}) {
+        const int index = menu.findText(title);
+        menu.setCurrentIndex(index);
+        Q_EMIT menu.activated(index);
+        EXPECT_EQ(show().isEnabled(), canShow) << qPrintable(title);
+    }
 }
 
 } // namespace

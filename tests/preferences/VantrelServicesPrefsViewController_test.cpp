@@ -43,9 +43,8 @@ protected:
         auto& label = part<QLabel>(pane(), (QByteArray(name) + "Verdict").constData());
         return label.isVisible() ? label.text() : QString();
     }
-    bool isMarked(const char* name) {
-        return part<QLabel>(pane(), (QByteArray(name) + "Mark").constData()).isVisible();
-    }
+    QLabel& mark(const char* name) { return part<QLabel>(pane(), (QByteArray(name) + "Mark").constData()); }
+    bool isMarked(const char* name) { return mark(name).isVisible(); }
 
     int trayChanges = 0;
     std::unique_ptr<VantrelServicesPrefsViewController> _pane;
@@ -91,6 +90,15 @@ TEST_F(ServicesPane, AllFiveAreWrittenWhenTheWindowIsLeft) {
     pane().windowDidResignKey();
     EXPECT_EQ(stored().size(), 5);
     EXPECT_EQ(stored(keys::CloudSharkApplianceAPIToken).toString(), QStringLiteral("secret"));
+    settings.setString(keys::CloudSharkApplianceAPIToken, QStringLiteral("newer"));
+    pane().viewWillAppear();
+    EXPECT_EQ(field("cloudSharkApplianceAPIToken").text(), QStringLiteral("newer")) << "that edit has ended";
+}
+
+TEST_F(ServicesPane, AllFiveAreWrittenAlsoWhenNoneWasEdited) {
+    pane().windowDidResignKey();
+    EXPECT_EQ(stored().size(), 5);
+    EXPECT_EQ(stored(keys::MojoPacketsEmail), QJsonValue(QString()));
 }
 
 TEST_F(ServicesPane, HostileTextsComeBackAsTheyWere) {
@@ -156,6 +164,7 @@ TEST_F(ServicesPane, AnAddressThatCannotWorkIsMarkedAndKept) {
             EXPECT_TRUE(isMarked(name)) << address;
             EXPECT_FALSE(verdict(name).isEmpty()) << address;
             EXPECT_EQ(field(name).accessibleDescription(), verdict(name)) << address;
+            EXPECT_EQ(mark(name).accessibleName(), verdict(name)) << address;
             EXPECT_EQ(field(name).text(), QString::fromLatin1(address)) << "nothing is lost";
         }
         put(field(name), QStringLiteral("https://captures.test"));

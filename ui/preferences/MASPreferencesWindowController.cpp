@@ -121,6 +121,8 @@ void MASPreferencesWindowController::showWindow() {
     if (_selected == nullptr && !_panes.empty()) {
         auto* remembered = paneNamed(_settings.stringForKey(keys::MASPreferencesSelectedIdentifierView));
         select(remembered != nullptr ? *remembered : *_panes.front());
+    }
+    if (!testAttribute(Qt::WA_Moved)) { // it has no place yet
         takeRememberedPlace();
     }
     setWindowState(windowState() & ~Qt::WindowMinimized);

@@ -21,7 +21,7 @@ constexpr int longestName = 60;        // characters of an application's name th
 QIcon iconOf(const CaptureApplication& application) {
     const QIcon unknown = QIcon::fromTheme(QStringLiteral("application-x-executable"));
     if (QDir::isAbsolutePath(application.icon)) {
-        return QIcon(application.icon);
+        return QFileInfo::exists(application.icon) ? QIcon(application.icon) : unknown;
     }
     return QIcon::fromTheme(application.icon, unknown);
 }
