@@ -8,7 +8,7 @@
 namespace vantrel::testing {
 namespace {
 
-const QString capture = QStringLiteral("Capture on Current Channel");
+const QString captureCommand = QStringLiteral("Capture on Current Channel");
 
 class Permission : public AppFixture {};
 
@@ -17,15 +17,15 @@ TEST_F(Permission, AnAdapterThatMayNotBeDrivenCanBeAskedForACaptureAndTheAlertTe
     wifi = makeForbiddenAdapterClient(QStringLiteral("vantrel-none"));
     make();
     start();
-    EXPECT_TRUE(isEnabled(capture));
+    EXPECT_TRUE(isEnabled(captureCommand));
     answerAlert(QStringLiteral("OK"));
-    command(capture)->trigger();
+    command(captureCommand)->trigger();
     ASSERT_TRUE(waitIdle());
     EXPECT_EQ(alerts, QStringList(QStringLiteral(
                           "You don't have permission to capture on this device. | Go to System Preferences > Users & "
                           "Groups and make sure you are a member of the group 'access_bpf'. You will need to log out "
                           "and then log back in after making any changes.")));
-    EXPECT_TRUE(isEnabled(capture));
+    EXPECT_TRUE(isEnabled(captureCommand));
 }
 
 TEST_F(Permission, AnAdapterThatMayNotBeDrivenSaysWhyItRefuses) {
