@@ -81,6 +81,10 @@ class Files(unittest.TestCase):
         self.assert_found(self.read(record(10)), holes=1, missing=4)
         self.assert_found(self.read(record(20, OTHER), record(30), record(35)), holes=1, missing=4)
 
+    def test_a_capture_that_does_not_hop_is_not_tuned_again(self):
+        self.capture = Capture(RATE, hops=False)
+        self.assert_found(self.read(record(1), record(5)), holes=1, missing=3)
+
     def test_a_radio_that_fell_behind(self):
         self.assert_found(self.read(record(1), record(5, OTHER), record(600, OTHER)), pauses=1)
 
@@ -147,7 +151,7 @@ class Arrivals(unittest.TestCase):
 class Order(unittest.TestCase):
     def test_files_are_read_as_they_were_finished_whatever_their_names(self):
         folder = Path(self.enterContext(tempfile.TemporaryDirectory()))
-        watched = CaptureFiles(RATE)
+        watched = CaptureFiles(RATE, True)
         self.addCleanup(watched.reader.shutdown)
 
         def finish(name, first):

@@ -58,10 +58,11 @@ class Findings:
 
 
 class Capture:
-    """The files of one capture, read in the order in which they were written."""
+    """The files of one capture, read in the order in which they were written; whether it hops."""
 
-    def __init__(self, rate):
+    def __init__(self, rate, hops=True):
         self._rate = rate
+        self._hops = hops
         self._number = None      # of the last load frame
         self._frequency = 0
         self._home = 0           # the frequency of the round's first channel
@@ -147,7 +148,7 @@ class Capture:
             self._tuned_again = False
         elif silent > RADIO_PAUSE:
             found.pauses += 1
-        elif frequency == self._home and not self._tuned_again and silent > TUNING:
+        elif self._hops and frequency == self._home and not self._tuned_again and silent > TUNING:
             self._tuned_again = True
         else:
             found.holes += 1

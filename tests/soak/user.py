@@ -38,7 +38,7 @@ class User:
         """One capture from its command to its last file, for so long and for at least so many deeds; what stands in the
         files."""
         self._item.wait_for_entry(command, timeout=AT_ONCE)
-        self._watch.begin_capture()
+        self._watch.begin_capture(command != CAPTURE)
         self._item.click(command)
         self._item.wait_for_entry("Quit", enabled=False)
         end = time.monotonic() + seconds

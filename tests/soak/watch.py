@@ -21,10 +21,10 @@ COLUMNS = ("seconds", "capturing", "program rss KiB", "program own KiB", "progra
 _capture = None  # of the reading process
 
 
-def _begin(rate):
+def _begin(rate, hops):
     global _capture
     os.nice(19)
-    _capture = Capture(rate)
+    _capture = Capture(rate, hops)
 
 
 def _read(path, marks):
@@ -38,8 +38,9 @@ def now_us():
 class CaptureFiles:
     """The files of one capture, in the order in which they were finished."""
 
-    def __init__(self, rate):
-        self.reader = concurrent.futures.ProcessPoolExecutor(1, multiprocessing.get_context("spawn"), _begin, (rate,))
+    def __init__(self, rate, hops):
+        self.reader = concurrent.futures.ProcessPoolExecutor(1, multiprocessing.get_context("spawn"), _begin,
+                                                             (rate, hops))
         self.held = {}   # by inode: open as long as the capture lasts, so that no other file gets the inode meanwhile
         self.samples = []
         self.device = None
@@ -106,9 +107,9 @@ class Watch:
     def seconds(self):
         return time.monotonic() - self._start
 
-    def begin_capture(self):
+    def begin_capture(self, hops):
         with self._lock:
-            self._capture = CaptureFiles(self._rate)
+            self._capture = CaptureFiles(self._rate, hops)
 
     def end_capture(self):
         """Once its last file stands in the folder. Waits until all files are read; what was found in them."""
