@@ -7,6 +7,7 @@
 #include <QPainter>
 #include <QPalette>
 #include <QPixmap>
+#include <QStringList>
 #include <QSvgRenderer>
 #include <functional>
 
@@ -67,6 +68,20 @@ QIcon statusIcon(GlyphState state, const TitleMarks& marks, const QColor& colour
         }
         drawLetters(painter, marks.large, largeMark, largeLettering, Qt::AlignHCenter, colour);
     });
+}
+
+QIcon StatusIcons::icon(GlyphState state, const TitleMarks& marks, const QColor& colour) {
+    const QString key = QStringList{state == GlyphState::Capturing ? QStringLiteral("capturing") : QString(),
+                                    marks.large, marks.small, colour.name()}
+                            .join(QLatin1Char('|'));
+    const auto drawn = _drawn.constFind(key);
+    if (drawn != _drawn.constEnd()) {
+        return *drawn;
+    }
+    if (_drawn.size() >= most) { // uploads show percentages, and a tray may change its colour
+        _drawn.clear();
+    }
+    return *_drawn.insert(key, statusIcon(state, marks, colour));
 }
 
 QColor glyphColour() { return QGuiApplication::palette().color(QPalette::Active, QPalette::WindowText); }

@@ -6,7 +6,9 @@
 #include "ui/StatusTitle.h"
 
 #include <QColor>
+#include <QHash>
 #include <QIcon>
+#include <QString>
 
 namespace vantrel::ui {
 
@@ -19,6 +21,19 @@ enum class GlyphState { Idle, Capturing };
 // The same sizes with the title: a small glyph above, or beside the small mark, and the large mark beneath. Without
 // marks, the glyph alone. A tray draws its items square, so this is all the room there is.
 [[nodiscard]] QIcon statusIcon(GlyphState state, const TitleMarks& marks, const QColor& colour);
+
+// Draws each picture once and keeps it. Qt keeps pixmaps of every icon it has shown, up to megabytes, and a capture
+// that hops shows another channel several times a second. Keeps as many as all channels of both bands make, and no
+// more.
+class StatusIcons {
+public:
+    static constexpr qsizetype most = 128;
+
+    [[nodiscard]] QIcon icon(GlyphState state, const TitleMarks& marks, const QColor& colour);
+
+private:
+    QHash<QString, QIcon> _drawn; // by all that makes a picture
+};
 
 // The text colour of the application's palette: legible on a tray that follows the theme of the windows.
 [[nodiscard]] QColor glyphColour();

@@ -29,6 +29,7 @@ void nameXEmbedWindow(const QString& name) {
 
 StatusItem::StatusItem(QMenu& menu)
     : _menu(menu),
+      _pictures(std::make_unique<StatusIcons>()),
       _colour(std::make_unique<TrayColour>()),
       _host(std::make_unique<TrayHost>()) {
     connect(_colour.get(), &TrayColour::changed, this, &StatusItem::updateIcon);
@@ -104,8 +105,8 @@ void StatusItem::show() {
 
 void StatusItem::updateIcon() {
     if (_icon) {
-        _icon->setIcon(
-            statusIcon(_capturing ? GlyphState::Capturing : GlyphState::Idle, titleMarks(_title), _colour->colour()));
+        _icon->setIcon(_pictures->icon(_capturing ? GlyphState::Capturing : GlyphState::Idle, titleMarks(_title),
+                                       _colour->colour()));
     }
 }
 

@@ -3,6 +3,7 @@
 #include <QImage>
 #include <QPixmap>
 #include <gtest/gtest.h>
+#include <set>
 
 namespace vantrel::ui {
 namespace {
@@ -106,6 +107,51 @@ TEST(Glyph, CaptureIsMarkedByAnotherPictureAboveTheTitle) {
     EXPECT_EQ(idle.copy(0, 10, 22, 12), capturing.copy(0, 10, 22, 12));
     const QColor mark = capturing.pixelColor(5, 4);
     EXPECT_GT(mark.red(), mark.green() + 60);
+}
+
+QIcon kept(StatusIcons& icons, int channel, GlyphState state = GlyphState::Capturing, QColor colour = Qt::black) {
+    return icons.icon(state, {.large = QString::number(channel), .small = QStringLiteral("20")}, colour);
+}
+
+TEST(StatusIcons, AreTheSameAsThoseDrawnAnew) {
+    StatusIcons icons;
+    for (const GlyphState state : {GlyphState::Idle, GlyphState::Capturing}) {
+        const QIcon drawn = withMarks("36", "20", state);
+        for (const int size : sizes) {
+            EXPECT_EQ(picture(kept(icons, 36, state), size), picture(drawn, size));
+        }
+    }
+}
+
+TEST(StatusIcons, EachPictureIsDrawnOnce) {
+    StatusIcons icons;
+    std::set<qint64> drawn;
+    for (int round = 0; round < 3; ++round) {
+        for (int channel = 1; channel <= 40; ++channel) {
+            drawn.insert(kept(icons, channel).cacheKey());
+        }
+    }
+    EXPECT_EQ(drawn.size(), 40U);
+}
+
+TEST(StatusIcons, StateTitleAndColourMakeAnother) {
+    StatusIcons icons;
+    const std::set<qint64> drawn = {
+        kept(icons, 1).cacheKey(), kept(icons, 2).cacheKey(), kept(icons, 1, GlyphState::Idle).cacheKey(),
+        kept(icons, 1, GlyphState::Capturing, Qt::white).cacheKey(),
+        icons.icon(GlyphState::Capturing, {.large = QStringLiteral("1"), .small = {}}, Qt::black).cacheKey()};
+    EXPECT_EQ(drawn.size(), 5U);
+}
+
+TEST(StatusIcons, NoMoreAreKeptThanTheMost) {
+    StatusIcons icons;
+    const qint64 first = kept(icons, 0).cacheKey();
+    for (int channel = 1; channel < StatusIcons::most; ++channel) {
+        static_cast<void>(kept(icons, channel));
+    }
+    EXPECT_EQ(kept(icons, 0).cacheKey(), first);
+    static_cast<void>(kept(icons, static_cast<int>(StatusIcons::most)));
+    EXPECT_NE(kept(icons, 0).cacheKey(), first);
 }
 
 } // namespace

@@ -79,6 +79,9 @@ void StreamSink::deliver(std::span<const std::uint8_t> packet) {
     }
     const Bytes record = pcapRecord(packet);
     const std::size_t sent = send(record);
+    if (!_socket.isOpen()) {
+        return; // the reader has gone, which is no loss
+    }
     if (sent == 0) {
         ++_lost;
     } else {

@@ -17,6 +17,7 @@ class QSystemTrayIcon;
 
 namespace vantrel::ui {
 
+class StatusIcons;
 class TrayColour;
 class TrayHost;
 
@@ -54,6 +55,7 @@ private:
     TitleState _title;
     QString _note;
     bool _capturing = false;
+    std::unique_ptr<StatusIcons> _pictures;
     std::unique_ptr<TrayColour> _colour;
     std::unique_ptr<TrayHost> _host;        // until it has found a place
     std::unique_ptr<QSystemTrayIcon> _icon; // from then on
