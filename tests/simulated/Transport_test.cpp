@@ -1,4 +1,5 @@
 #include "Capture.h"
+#include "FrameSink.h"
 #include "simulated/SimulatedRadio.h"
 #include "support/LogCapture.h"
 
@@ -157,6 +158,19 @@ TEST(Stream, ASlowReaderLosesFramesButNeverItsPlace) {
     }
     ASSERT_EQ(log.warnings().size(), 1);
     EXPECT_TRUE(log.warnings().front().startsWith(QStringLiteral("the reader of the frame stream was too slow: ")));
+}
+
+TEST(Stream, AReaderThatHasGoneMissesNothing) {
+    const testing::LogCapture log;
+    int ends[2] = {-1, -1};
+    ASSERT_EQ(::socketpair(AF_UNIX, SOCK_STREAM | SOCK_CLOEXEC, 0, ends), 0);
+    {
+        StreamSink sink{FileDescriptor(ends[0])};
+        ::close(ends[1]);
+        sink.deliver(Bytes(100));
+        sink.deliver(Bytes(100));
+    }
+    EXPECT_THAT(log.warnings(), ::testing::IsEmpty());
 }
 
 TEST(Stream, TheEnvironmentCanAskForALoad) {
