@@ -143,7 +143,9 @@ class Steps(FaultTest):
         wait_for(lambda: list(self.saved_captures.rglob("*.pcap")), "a full file", poll_ms=5)
 
     def stopping(self, program):
-        """The capture has frames and Stop is pressed."""
+        """The capture has frames on the disk and Stop is pressed; the last frames are awaited before it is saved."""
+        path = self.fresh_capture()
+        wait_for(lambda: whole_records(path, torn_permitted=True) > 0, "frames on the disk", poll_ms=POLL_MS)
         panel = self.desktop.windows.wait_for_window(_family(program.pid), PANEL)
         self.desktop.windows.press_in(panel, "Stop")
 
@@ -203,7 +205,7 @@ for _number in (signal.SIGKILL, signal.SIGTERM, signal.SIGSEGV):
     setattr(Signals, _name + "opening", row(_number, "opening", 0.2))
     setattr(Signals, _name + "capturing", row(_number, "capturing", 1.2))
     setattr(Signals, _name + "rotating", row(_number, "rotating", 0.4, **NUMBERED))
-    setattr(Signals, _name + "saving", row(_number, "stopping", 0.1))
+    setattr(Signals, _name + "saving", row(_number, "stopping", 0.3))
     setattr(Uploads, _name + "uploading", row(_number, "stopping", 4 * ANSWERS_AFTER))
 
 
