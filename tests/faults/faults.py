@@ -4,7 +4,6 @@ import ctypes
 import os
 import random
 import resource
-import shutil
 import struct
 import subprocess
 import sys
@@ -122,11 +121,6 @@ class FaultTest(DeliveryTest):
 
     # Steps
 
-    def save(self, program, item):
-        """Presses Stop and waits until the commands are back; what happens to the file is left to the test."""
-        self.desktop.press_in_panel(program, "Stop")
-        item.wait_for_entry("Quit")
-
     def fresh_capture(self, known=frozenset()):
         """Waits for a capture file other than these, however small."""
         return wait_for(lambda: next(iter(set(self.files()) - set(known)), None), "a capture file", poll_ms=POLL_MS)
@@ -178,9 +172,5 @@ class FaultTest(DeliveryTest):
 def main(cases):
     """Runs the classes of the calling program: its arguments are the application and the folder of the libraries."""
     FaultTest.shims = Path(sys.argv.pop(2)).resolve()
-    print(f"seed {SEED} (VANTREL_FAULT_SEED repeats it)", flush=True)
+    print(f"seed {SEED}", flush=True)
     return application.main(cases)
-
-
-def clear(folder):
-    shutil.rmtree(folder, ignore_errors=True)

@@ -15,7 +15,7 @@ from application import CAPTURE, POLL_MS
 from bus import wait_for
 from delivery_test import REPLY, SERVER
 from faults import FILE_HEADER, REPETITIONS, FaultTest, index_of, tap_of, whole_records
-from harness import PANEL, _family
+from harness import PANEL
 
 LOAD = 2000  # frames a second, so that something is under way at any moment
 FRAMES = 40  # in each file of a capture that rotates
@@ -146,15 +146,16 @@ class Steps(FaultTest):
         """The capture has frames on the disk and Stop is pressed; the last frames are awaited before it is saved."""
         path = self.fresh_capture()
         wait_for(lambda: whole_records(path, torn_permitted=True) > 0, "frames on the disk", poll_ms=POLL_MS)
-        panel = self.desktop.windows.wait_for_window(_family(program.pid), PANEL)
-        self.desktop.windows.press_in(panel, "Stop")
+        self.desktop.windows.press_in(self.desktop.window(program, PANEL), "Stop")
 
 
 class Signals(Steps):
-    pass
+    """A row a signal and step; they are added below."""
 
 
 class Uploads(Steps):
+    """The same, with captures that go to a service."""
+
     def setUp(self):
         super().setUp()
         self.folder = Path(self.enterContext(tempfile.TemporaryDirectory()))
