@@ -195,7 +195,7 @@ void AppDelegate::makeSession() {
 
 void AppDelegate::makeCommands() {
     CWInterface& airport = _options.wifi->interface();
-    _starter = std::make_unique<SessionStarter>(*_session);
+    _starter = std::make_unique<SessionStarter>(*_session, [this] { _linkLayer->captureWillStart(); });
     _association = std::make_unique<Association>(
         Association::Surroundings{.settings = _settings, .airport = airport, .restore = _restore, .dialogs = _dialogs},
         [this](std::chrono::milliseconds time) { _delivery->sleepUntilEnd(time); });

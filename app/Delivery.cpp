@@ -41,7 +41,11 @@ Delivery::Delivery(Surroundings surroundings)
       _finalizer(_completion),
       _reconnecting(_around.mainQueue) {}
 
-void Delivery::offerLeftovers() { offerLeftoverCaptures(captureFolder(), _notifications); }
+void Delivery::offerLeftovers() {
+    for (const QString& folder : existingTemporaryFolders()) {
+        offerLeftoverCaptures(folder, _notifications);
+    }
+}
 
 void Delivery::upload(UploadService service, const QString& path, bool reconnecting) {
     if (reconnecting) {

@@ -35,6 +35,13 @@ void LinkLayerMenu::adapterChanged() {
     }
 }
 
+void LinkLayerMenu::captureWillStart() {
+    constexpr int unset = 0;
+    if (_around.session.dataLinkType() == unset && _around.session.state() == CaptureSession::State::Idle) {
+        populateLinkLayerHeaderSubmenu();
+    }
+}
+
 void LinkLayerMenu::onLinkLayerHeader(int dlt) {
     _around.session.setDataLinkType(dlt);
     _around.settings.setInteger(keys::LinkLayerHeader, dlt);

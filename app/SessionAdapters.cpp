@@ -68,7 +68,10 @@ void PlannedHopper::startHopping(CaptureMode mode) {
 
 void PlannedHopper::stopHopping() { _around.loop.stop(); }
 
-bool SessionStarter::prepareCapture() { return _session.prepareCapture(); }
+bool SessionStarter::prepareCapture() {
+    _beforeCapture();
+    return _session.prepareCapture();
+}
 
 bool SessionStarter::startCapture(CaptureMode mode) { return _session.startCapture(mode); }
 

@@ -15,6 +15,7 @@ namespace vantrel {
 namespace {
 
 const QString listName = QStringLiteral(".offered");
+const QString unfinishedLists = listName + QStringLiteral(".??????"); // as QSaveFile names what it writes
 const QString captureNames = QStringLiteral("vantrel_*.pcap");
 constexpr qint64 fileHeaderSize = 24; // of a pcap file (pcap-savefile(5)); frames come behind it
 
@@ -24,6 +25,13 @@ QStringList offeredBefore(const QDir& folder) {
         return {};
     }
     return QString::fromUtf8(list.readAll()).split(u'\n', Qt::SkipEmptyParts);
+}
+
+// Of a run that was killed while it wrote one.
+void removeUnfinishedLists(const QDir& folder) {
+    for (const QString& name : folder.entryList({unfinishedLists}, QDir::Files | QDir::Hidden)) {
+        QFile::remove(folder.filePath(name));
+    }
 }
 
 void remember(const QDir& folder, const QStringList& names) {
@@ -75,6 +83,7 @@ void offerLeftoverCaptures(const QString& temporaryFolder, UserNotificationCente
     if (temporaryFolder.isEmpty() || !folder.exists()) {
         return;
     }
+    removeUnfinishedLists(folder);
     const QFileInfoList captures = capturesIn(folder);
     const QStringList before = offeredBefore(folder);
     QStringList names;

@@ -6,9 +6,11 @@
 #include <algorithm>
 #include <array>
 #include <fcntl.h>
+#include <limits>
 #include <pcap/pcap.h>
 #include <poll.h>
 #include <sys/socket.h>
+#include <utility>
 
 namespace vantrel {
 
@@ -87,17 +89,25 @@ int CaptureDevice::activate(Delivery delivery) {
     if (_stream >= 0) {
         return 0; // a stream is readable as it stands
     }
-    pcap_set_snaplen(_handle.get(), snapshotLength);
-    pcap_set_promisc(_handle.get(), 1);
-    pcap_set_timeout(_handle.get(), timeoutMilliseconds);
-    pcap_set_buffer_size(_handle.get(), kernelBufferBytes);
-    pcap_set_immediate_mode(_handle.get(), delivery == Delivery::Single ? 1 : 0);
+    noteFailure("pcap_set_snaplen", pcap_set_snaplen(_handle.get(), snapshotLength));
+    noteFailure("pcap_set_promisc", pcap_set_promisc(_handle.get(), 1));
+    noteFailure("pcap_set_timeout", pcap_set_timeout(_handle.get(), timeoutMilliseconds));
+    noteFailure("pcap_set_buffer_size", pcap_set_buffer_size(_handle.get(), kernelBufferBytes));
+    noteFailure("pcap_set_immediate_mode",
+                pcap_set_immediate_mode(_handle.get(), delivery == Delivery::Single ? 1 : 0));
     const int activated = pcap_activate(_handle.get());
     // libpcap makes its socket to be inherited, and no program that is started while a capture runs may hear the air.
     if (const int descriptor = pcap_fileno(_handle.get()); descriptor >= 0) {
         ::fcntl(descriptor, F_SETFD, FD_CLOEXEC);
     }
     return activated;
+}
+
+void CaptureDevice::noteFailure(const char* call, int status) const {
+    if (status < 0) {
+        qCWarning(lcCapture, texts::pcapCallFailed, call,
+                  status == PCAP_ERROR ? pcap_geterr(_handle.get()) : pcap_statustostr(status));
+    }
 }
 
 bool CaptureDevice::setFilter(const char* expression) {
@@ -120,6 +130,7 @@ int CaptureDevice::setDataLink(int dataLinkType) { return pcap_set_datalink(_han
 std::vector<DataLink> CaptureDevice::dataLinks() const {
     int* values = nullptr;
     const int count = pcap_list_datalinks(_handle.get(), &values);
+    noteFailure("pcap_list_datalinks", count);
     std::vector<DataLink> offered;
     for (int index = 0; index < count; ++index) {
         const char* description = pcap_datalink_val_to_description(values[index]);
@@ -143,7 +154,11 @@ int CaptureDevice::loop(FrameCallback callback, void* user) {
     _user = user;
     const int result = _broken ? loopBroken : pcap_loop(_handle.get(), 0, deliver, reinterpret_cast<u_char*>(this));
     // A stream that was shut down to wake its reader ends wherever it stood.
-    return _broken && _stream >= 0 ? loopBroken : result;
+    if (_broken && _stream >= 0) {
+        return loopBroken;
+    }
+    _loopFailed = result == PCAP_ERROR;
+    return result;
 }
 
 void CaptureDevice::drain(FrameCallback callback, void* user) {
@@ -158,13 +173,16 @@ void CaptureDevice::drain(FrameCallback callback, void* user) {
         }
         return;
     }
-    const Statistics arrived = statistics();
+    // Nobody knows how many stand there when libpcap cannot count them: then all that come within the time.
+    const bool isCounted = takeStatistics();
     std::array<char, PCAP_ERRBUF_SIZE> error{};
     if (pcap_setnonblock(_handle.get(), 1, error.data()) != 0) {
         qCWarning(lcCapture, "pcap_setnonblock() failed: %s", error.data());
         return;
     }
-    awaitDelivery(arrived.received - arrived.dropped); // libpcap counts the dropped ones among the received
+    constexpr std::uint32_t uncounted = std::numeric_limits<std::int32_t>::max();
+    // libpcap counts the dropped ones among the received.
+    awaitDelivery(isCounted ? _statistics.received - _statistics.dropped : _delivered + uncounted);
 }
 
 void CaptureDevice::awaitDelivery(std::uint32_t target) {
@@ -176,8 +194,12 @@ void CaptureDevice::awaitDelivery(std::uint32_t target) {
         }
         pollfd readable{.fd = pcap_get_selectable_fd(_handle.get()), .events = POLLIN, .revents = 0};
         ::poll(&readable, 1, static_cast<int>(deadline.remainingTime()));
-        if (pcap_dispatch(_handle.get(), missing, deliver, reinterpret_cast<u_char*>(this)) < 0) {
+        if (const int status = pcap_dispatch(_handle.get(), missing, deliver, reinterpret_cast<u_char*>(this));
+            status < 0) {
             // A device that is gone fails each call until its last buffer is handed over.
+            if (!std::exchange(_loopFailed, true)) {
+                noteFailure("pcap_dispatch", status);
+            }
             ::poll(nullptr, 0, 5);
         }
     }
@@ -195,12 +217,24 @@ void CaptureDevice::breakLoop() {
     }
 }
 
-CaptureDevice::Statistics CaptureDevice::statistics() const {
-    pcap_stat statistics{};
-    if (_stream >= 0 || pcap_stats(_handle.get(), &statistics) != 0) {
-        return {};
+CaptureDevice::Statistics CaptureDevice::statistics() {
+    static_cast<void>(takeStatistics());
+    return _statistics;
+}
+
+bool CaptureDevice::takeStatistics() {
+    if (_stream >= 0) {
+        return false; // no kernel counts the frames of a stream
     }
-    return {statistics.ps_recv, statistics.ps_drop};
+    pcap_stat statistics{};
+    if (const int status = pcap_stats(_handle.get(), &statistics); status != 0) {
+        if (!std::exchange(_statisticsFailed, true)) {
+            noteFailure("pcap_stats", status);
+        }
+        return false;
+    }
+    _statistics = {statistics.ps_recv, statistics.ps_drop};
+    return true;
 }
 
 QString CaptureDevice::errorText() const { return QString::fromLocal8Bit(pcap_geterr(_handle.get())); }

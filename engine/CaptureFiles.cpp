@@ -84,7 +84,7 @@ bool CaptureSession::rotate() {
     if (_totalCaptureFiles < _maxCaptureFiles) {
         ++_totalCaptureFiles;
     }
-    replaceCaptureFile(createCaptureFile());
+    beginCaptureFile();
     return true;
 }
 
@@ -109,6 +109,16 @@ std::shared_ptr<VantrelCaptureFile> CaptureSession::createCaptureFile() {
         _around.mainQueue.post([this, seconds = limits.seconds] { startMainTimer(seconds); });
     }
     return VantrelCaptureFile::initWithPath(temporaryPath(_temporaryFolder, _captureFilePrefix), _fileDataLinkType);
+}
+
+// Without a file, a capture would only lose its frames: it ends, and says why.
+void CaptureSession::beginCaptureFile() {
+    replaceCaptureFile(createCaptureFile());
+    if (!_captureFile) {
+        _writeFailed = true;
+        _writeErrorText = translated(texts::noFileInfo).arg(temporaryPath(_temporaryFolder, _captureFilePrefix));
+        _around.mainQueue.post([this] { endCapture(); });
+    }
 }
 
 void CaptureSession::replaceCaptureFile(std::shared_ptr<VantrelCaptureFile> file) {

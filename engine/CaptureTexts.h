@@ -31,6 +31,7 @@ inline constexpr QLatin1StringView writeFailed{
     QT_TRANSLATE_NOOP("vantrel", "The capture was stopped because its file cannot be written.")};
 inline constexpr QLatin1StringView writeFailedInfo{
     QT_TRANSLATE_NOOP("vantrel", "%1: %2. The %3 frames written before that are kept.")};
+inline constexpr QLatin1StringView noFileInfo{QT_TRANSLATE_NOOP("vantrel", "The file %1 cannot be made.")};
 inline constexpr QLatin1StringView noFolder{
     QT_TRANSLATE_NOOP("vantrel", "There is no safe place to write the capture file.")};
 

@@ -60,7 +60,7 @@ void CaptureSession::beginFiles() {
     _framesLostHere = 0;
     _statisticsTime = 0;
     _totals.clear();
-    replaceCaptureFile(createCaptureFile());
+    beginCaptureFile();
 }
 
 void CaptureSession::runLoop() {

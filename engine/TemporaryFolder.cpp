@@ -67,4 +67,14 @@ Expected<QString> temporaryFolder() {
     return second;
 }
 
+QStringList existingTemporaryFolders() {
+    QStringList existing;
+    for (const QString& folder : {firstChoice(), secondChoice()}) {
+        if (QFileInfo::exists(folder) && preparePrivateFolder(folder)) {
+            existing << folder;
+        }
+    }
+    return existing;
+}
+
 } // namespace vantrel

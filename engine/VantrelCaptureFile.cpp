@@ -42,6 +42,9 @@ std::unique_ptr<VantrelCaptureFile> VantrelCaptureFile::initWithPath(const QStri
     if (stream == nullptr) {
         const Error error = Error::fromErrno(path); // taken first: the log may look at files of its own
         qCWarning(lcCapture, texts::pcapDumpOpenFailed, qUtf8Printable(path), qUtf8Printable(error.why));
+        if (file.isOpen()) {
+            ::unlink(qUtf8Printable(path)); // made just now
+        }
         return nullptr;
     }
     static_cast<void>(second.release()); // the stream owns it now
@@ -54,6 +57,7 @@ std::unique_ptr<VantrelCaptureFile> VantrelCaptureFile::initWithPath(const QStri
     if (dumpfile == nullptr) {
         qCWarning(lcCapture, texts::pcapDumpOpenFailed, qUtf8Printable(path), pcap_geterr(device.get()));
         std::fclose(stream);
+        ::unlink(qUtf8Printable(path));
         return nullptr;
     }
     std::unique_ptr<VantrelCaptureFile> made(

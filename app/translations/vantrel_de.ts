@@ -777,6 +777,10 @@
         <source>Off</source>
         <translation>Aus</translation>
     </message>
+    <message>
+        <source>The file %1 cannot be made.</source>
+        <translation>Die Datei %1 kann nicht angelegt werden.</translation>
+    </message>
 </context>
 <context>
     <name>vantrel::preferences::MASPreferencesWindow</name>

@@ -71,6 +71,14 @@ TEST_F(LeftoverCapturesTest, ThoseWithoutFramesGoAndOthersFilesStay) {
     EXPECT_EQ(QDir(path(QStringLiteral("tmp"))).entryList(QDir::Files).join(u' ').toStdString(), "notes.txt");
 }
 
+TEST_F(LeftoverCapturesTest, AListThatAKilledRunHasNotFinishedGoes) {
+    leave(QStringLiteral(".offered.Ab3dEf"), 0);
+    leave(QStringLiteral("vantrel_a.pcap"));
+    start();
+    EXPECT_EQ(QDir(path(QStringLiteral("tmp"))).entryList(QDir::Files | QDir::Hidden).join(u' ').toStdString(),
+              ".offered vantrel_a.pcap");
+}
+
 TEST_F(LeftoverCapturesTest, WithoutTheFolderNothingHappens) {
     offerLeftoverCaptures(path(QStringLiteral("none")), recorder);
     offerLeftoverCaptures({}, recorder);

@@ -11,6 +11,7 @@ namespace vantrel {
 namespace {
 
 using testing::LogCapture;
+using testing::pcapFaults;
 using testing::runUntil;
 using namespace std::chrono_literals;
 
@@ -280,20 +281,20 @@ TEST_F(CaptureSessionFilesTest, CancelRemovesTheGatheredFolderAndTheCurrentFile)
     EXPECT_TRUE(recorder.finalized().empty());
 }
 
-TEST_F(CaptureSessionFilesTest, AFileThatCannotBeMadeIsLoggedAndFramesAreDropped) {
+TEST_F(CaptureSessionFilesTest, AFileInTheWayIsLoggedAndLeftAlone) {
     ASSERT_TRUE(session->prepareCapture());
     const QDir temporary(folder.filePath(QStringLiteral("vantrel-%1").arg(::geteuid())));
     QFile inTheWay(temporary.filePath(QStringLiteral("vantrel_2026-03-04_09.15.02.PM.pcap")));
     ASSERT_TRUE(inTheWay.open(QIODevice::WriteOnly));
     const LogCapture log;
     ASSERT_TRUE(session->startCapture(CaptureMode::SingleChannel));
-    ASSERT_TRUE(runUntil([&] { return session->isCapturing(); }));
-    send(3);
-    ASSERT_TRUE(stop());
+    ASSERT_TRUE(waitIdle());
     EXPECT_EQ(log.warnings(),
               QStringList(QStringLiteral("pcap_dump_open() failed for file %1: File exists").arg(inTheWay.fileName())));
     EXPECT_EQ(inTheWay.size(), 0);
-    EXPECT_EQ(alerts().size(), 1) << "No frames were captured.";
+    EXPECT_TRUE(inTheWay.exists());
+    ASSERT_EQ(alerts().size(), 1);
+    EXPECT_TRUE(alerts().first().endsWith(QStringLiteral("The file %1 cannot be made.").arg(inTheWay.fileName())));
 }
 
 TEST_F(CaptureSessionFilesTest, AFullDiskEndsTheCaptureKeepsItsRecordsAndTellsTheUser) {
@@ -352,6 +353,34 @@ TEST_F(CaptureSessionFilesTest, SlicedFramesAreWrittenShort) {
     ASSERT_TRUE(tap->write(frame));
     ASSERT_TRUE(runUntil([&] { return session->progress().frames == 1; }));
     EXPECT_EQ(session->progress().size, 8U + 24U + 24U);
+}
+
+TEST_F(CaptureSessionFilesTest, WithoutItsFileACaptureEndsAtOnceAndSaysSo) {
+    pcapFaults().openDead = true;
+    ASSERT_TRUE(session->prepareCapture());
+    ASSERT_TRUE(session->startCapture(CaptureMode::SingleChannel));
+    ASSERT_TRUE(waitIdle());
+    pcapFaults().clear();
+    ASSERT_EQ(alerts().size(), 1);
+    EXPECT_TRUE(alerts().first().startsWith(
+        QStringLiteral("alert: The capture was stopped because its file cannot be written. | The file ")));
+    EXPECT_TRUE(alerts().first().endsWith(QStringLiteral(".pcap cannot be made.")));
+    ASSERT_TRUE(start()) << "the next capture has a file";
+    ASSERT_TRUE(stop());
+}
+
+TEST_F(CaptureSessionFilesTest, WithoutItsNextFileACaptureEndsAndTheFullOnesAreKept) {
+    limit(10, 4, 5);
+    ASSERT_TRUE(start());
+    send(5);
+    ASSERT_TRUE(runUntil([&] { return session->progress().frames == 5; }));
+    pcapFaults().openDead = true;
+    send(20);
+    ASSERT_TRUE(waitIdle());
+    pcapFaults().clear();
+    EXPECT_EQ(recorder.finalized(), Counts{10});
+    ASSERT_EQ(alerts().size(), 1);
+    EXPECT_TRUE(alerts().first().endsWith(QStringLiteral(".pcap cannot be made.")));
 }
 
 } // namespace

@@ -74,6 +74,18 @@ TEST_F(TemporaryFolderTest, SomebodyElsesFolderIsRefused) {
     EXPECT_EQ(temporaryFolder().value(), other);
 }
 
+TEST_F(TemporaryFolderTest, ThoseThatExistAndAreSafeAreListed) {
+    EXPECT_TRUE(existingTemporaryFolders().isEmpty());
+    EXPECT_FALSE(QFileInfo::exists(usual)) << "looking for folders makes none";
+    ASSERT_TRUE(QDir().mkpath(other));
+    EXPECT_EQ(existingTemporaryFolders(), QStringList(other));
+    ASSERT_TRUE(QDir().mkpath(usual));
+    EXPECT_EQ(existingTemporaryFolders(), QStringList({usual, other}));
+    ASSERT_TRUE(QDir().rmdir(usual));
+    ASSERT_TRUE(QFile::link(base.path(), usual));
+    EXPECT_EQ(existingTemporaryFolders(), QStringList(other));
+}
+
 TEST_F(TemporaryFolderTest, WithNoSafePlaceTheErrorNamesBoth) {
     ASSERT_TRUE(QFile::link(base.path(), usual));
     ASSERT_TRUE(QDir().mkpath(base.filePath(QStringLiteral("cache/vantrel"))));

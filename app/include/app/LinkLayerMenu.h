@@ -39,6 +39,9 @@ public:
     // A device that was off at the launch could not be asked then; it is when it comes. Does nothing else.
     void adapterChanged();
 
+    // A device that offered nothing is asked once more before a capture, which without a type could only fail.
+    void captureWillStart();
+
     // Kept in the settings; takes effect at the next capture.
     void onLinkLayerHeader(int dlt);
 

@@ -70,12 +70,16 @@ private:
 // Where the capture commands find the session. Main thread; the session is borrowed and outlives it.
 class SessionStarter final : public CaptureStarter {
 public:
-    explicit SessionStarter(CaptureSession& session) : _session(session) {}
+    // beforeCapture runs first when a capture is prepared.
+    SessionStarter(CaptureSession& session, std::function<void()> beforeCapture)
+        : _session(session),
+          _beforeCapture(std::move(beforeCapture)) {}
     [[nodiscard]] bool prepareCapture() override;
     [[nodiscard]] bool startCapture(CaptureMode mode) override;
 
 private:
     CaptureSession& _session; // borrowed
+    const std::function<void()> _beforeCapture;
 };
 
 // Closes each finished file, counts it, and delivers it. Borrowed like the session's finalizer; the completion outlives

@@ -39,9 +39,10 @@ public:
                                                                MonitorUse use = MonitorUse::Capture);
     ~CaptureDevice();
 
-    // Snapshot length, promiscuous mode, the 100 ms time-out and the buffer; then activates. libpcap's status: any
-    // that is not 0, warnings included, counts as a failure. Delivered in blocks, which is cheapest, a frame comes up
-    // to that time-out late; delivered singly it comes at once, for whoever must know on which channel it was heard.
+    // Snapshot length, promiscuous mode, the 100 ms time-out and the buffer, each only logged when libpcap refuses it;
+    // then activates. libpcap's status: any that is not 0, warnings included, counts as a failure. Delivered in blocks,
+    // which is cheapest, a frame comes up to that time-out late; delivered singly it comes at once, for whoever must
+    // know on which channel it was heard.
     [[nodiscard]] int activate(Delivery delivery = Delivery::Blocks);
     // Has the loop call back only for frames that match the expression (pcap-filter(7)), on an activated device. False
     // when libpcap refuses it, which is logged.
@@ -57,7 +58,8 @@ public:
     // Ends the loop at once, also on a silent channel; a later loop() ends too. Any thread, while the device lives.
     void breakLoop();
 
-    [[nodiscard]] Statistics statistics() const;
+    // As of the last time that libpcap could tell; that it cannot is logged once.
+    [[nodiscard]] Statistics statistics();
     // libpcap's text for the last failure of this handle.
     [[nodiscard]] QString errorText() const;
     // The text libpcap left when the handle was made.
@@ -67,6 +69,8 @@ private:
     CaptureDevice(std::unique_ptr<MonitorMode> monitorMode, QString name);
     [[nodiscard]] bool openStream(FileDescriptor stream);
     [[nodiscard]] bool openLive();
+    void noteFailure(const char* call, int status) const;
+    [[nodiscard]] bool takeStatistics();
     void awaitDelivery(std::uint32_t target);
     static void deliver(unsigned char* device, const pcap_pkthdr* header, const unsigned char* data);
 
@@ -77,6 +81,9 @@ private:
     FrameCallback _callback = nullptr;
     void* _user = nullptr;
     std::uint32_t _delivered = 0; // frames; wraps around as libpcap's own counters do
+    Statistics _statistics;
+    bool _statisticsFailed = false;
+    bool _loopFailed = false;
     std::atomic<bool> _broken = false;
     // Held while the loop is broken and while draining begins, which replaces what libpcap wakes its reader with.
     std::mutex _breakMutex;

@@ -53,8 +53,7 @@ public:
     [[nodiscard]] std::uint64_t totalFrames() const { return _totals.totalFrames(_maxCaptureFiles); }
     [[nodiscard]] std::uint64_t totalBytes() const { return _totals.totalBytes(_maxCaptureFiles); }
 
-    // The data-link type asked of the device and written to the files, 0 for unset. Any thread; a change takes effect
-    // at the next capture.
+    // The data-link type asked of the device and written to the files, 0 for unset. Any thread; for the next capture.
     [[nodiscard]] int dataLinkType() const noexcept { return _dataLinkType; }
     void setDataLinkType(int dataLinkType) noexcept { _dataLinkType = dataLinkType; }
 
@@ -85,6 +84,7 @@ private:
     void flushCaptureFile();
     void noteWriteError();
     void recordWriteError();
+    void beginCaptureFile();
     void replaceCaptureFile(std::shared_ptr<VantrelCaptureFile> file);
     [[nodiscard]] QString temporaryPath(const QString& folder, const QString& prefix) const;
 
@@ -139,7 +139,7 @@ private:
     std::atomic<bool> _flushQueued = false;
     bool _deliveryTried = false;                            // of the current file; the file's owner only
     std::chrono::steady_clock::time_point _nextDeliveryTry; // the file's owner only
-    QString _writeErrorText; // written once by the packet queue before the capture ends, read after
+    QString _writeErrorText; // written once by the file's owner before the capture ends, read after
 
     bool _preparing = false;                      // main thread: a folder is being chosen
     std::unique_ptr<Timers::Handle> _mainTimer;   // main thread

@@ -10,5 +10,6 @@ inline constexpr char pcapCompileFailed[] = "pcap_compile() failed: %s";
 inline constexpr char pcapSetfilterFailed[] = "pcap_setfilter() failed: %s";
 inline constexpr char pcapSetDatalinkFailed[] = "pcap_set_datalink() failed: %s";
 inline constexpr char pcapLoopFailed[] = "pcap_loop() failed: %s";
+inline constexpr char pcapCallFailed[] = "%s() failed: %s"; // of the calls that a capture goes on without
 
 } // namespace vantrel::texts

@@ -4,6 +4,7 @@
 #include "base/Error.h"
 
 #include <QString>
+#include <QStringList>
 
 namespace vantrel {
 
@@ -12,6 +13,9 @@ namespace vantrel {
 // a link, a file or a folder of that name, that is logged and `vantrel/captures` in the user's cache directory is
 // used instead. An error says what is wrong with both. Any thread.
 [[nodiscard]] Expected<QString> temporaryFolder();
+
+// Which of the two exist and are safe: an earlier run may have used the one that this run does not. Any thread.
+[[nodiscard]] QStringList existingTemporaryFolders();
 
 // Makes the folder (0700) if it is missing and checks it as above.
 [[nodiscard]] Expected<void> preparePrivateFolder(const QString& path);

@@ -80,6 +80,23 @@ def kill_both(lab):
     lab.at_rest()
 
 
+@scenario("NetworkManager is restarted while the application hops", 150, ("manager",))
+def restart_manager(lab):
+    lab.at_rest()
+    with Driver(lab) as driver:
+        hopping(lab, driver)
+        driver.wait_for_beacons([LOWER])
+        lab.station.restart()
+        heard = max(sum(counts.values()) for counts in beacons(driver.files()).values())
+        driver.wait_for_beacons([LOWER, UPPER], heard + 5, 60.0)  # it hops on, whatever the new one did to the adapter
+        frames = driver.stop_capture()
+        file, = driver.files()
+        check(frames > 0 and whole(file) == frames, f"the file holds {whole(file)} frames, not {frames}")
+        put_back(lab, "NetworkManager restarted")
+        driver.quit()
+    lab.at_rest()
+
+
 @scenario("the adapter is switched off during a capture", 90, ("supplicant",))
 def rfkill(lab):
     lab.at_rest()

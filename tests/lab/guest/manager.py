@@ -58,11 +58,20 @@ class Manager:
         connection = connections / "lab.nmconnection"
         connection.touch(mode=0o600)
         connection.write_text(CONNECTION.format(ssid=LOWER.ssid, passphrase=LOWER.passphrase, address=OWN_ADDRESS))
-        settings = SETTINGS / "NetworkManager.conf"
-        settings.write_text(CONFIGURATION.format(folder=SETTINGS))
+        self._settings = SETTINGS / "NetworkManager.conf"
+        self._settings.write_text(CONFIGURATION.format(folder=SETTINGS))
         (SETTINGS / "none").mkdir()
-        Program("NetworkManager", "NetworkManager", "--debug", f"--config={settings}",
-                f"--config-dir={SETTINGS / 'none'}")
+        self._start()
+
+    def _start(self):
+        self._program = Program("NetworkManager", "NetworkManager", "--debug", f"--config={self._settings}",
+                                f"--config-dir={SETTINGS / 'none'}")
+
+    def restart(self):
+        """As an update of NetworkManager does; returns when it knows the adapter again."""
+        self._program.stop()
+        self._start()
+        wait_for(self._state, "NetworkManager to know the adapter", JOIN_SECONDS)
 
     def _state(self):
         answer = attempt("nmcli", "-t", "-f", "GENERAL.STATE", "device", "show", self.interface)
