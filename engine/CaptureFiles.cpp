@@ -25,6 +25,8 @@ void CaptureSession::didProcessPacketWithPcapHeader(const pcap_pkthdr& header, c
         return;
     }
     if (!_captureFile) {
+        ++_framesNotWritten;
+        _progressRequests.request();
         return;
     }
     _captureFile->dumpWithHeader(header, data);
@@ -111,13 +113,15 @@ std::shared_ptr<VantrelCaptureFile> CaptureSession::createCaptureFile() {
     return VantrelCaptureFile::initWithPath(temporaryPath(_temporaryFolder, _captureFilePrefix), _fileDataLinkType);
 }
 
-// Without a file, a capture would only lose its frames: it ends, and says why.
+// Without a file the capture runs on, and its next file may be made again; until then its frames count as lost, and the
+// user hears of it at once.
 void CaptureSession::beginCaptureFile() {
     replaceCaptureFile(createCaptureFile());
     if (!_captureFile) {
-        _writeFailed = true;
-        _writeErrorText = translated(texts::noFileInfo).arg(temporaryPath(_temporaryFolder, _captureFilePrefix));
-        _around.mainQueue.post([this] { endCapture(); });
+        _around.mainQueue.post([this, path = temporaryPath(_temporaryFolder, _captureFilePrefix)] {
+            _around.dialogs.showCriticalAlertWithInfo(translated(texts::noFile),
+                                                      translated(texts::noFileInfo).arg(path));
+        });
     }
 }
 

@@ -245,7 +245,12 @@ std::optional<CaptureSession::Alert> CaptureSession::keepCapture(bool reconnecti
             file->remove();
         }
         if (!alert) {
-            alert = Alert{translated(texts::noFrames), translated(texts::noFramesInfo)};
+            // Frames that came and found no file are no fault of the link-layer header's.
+            const bool hadNoFile = !file && _framesNotWritten > 0;
+            alert =
+                Alert{translated(texts::noFrames),
+                      hadNoFile ? translated(texts::noFileInfo).arg(temporaryPath(_temporaryFolder, _captureFilePrefix))
+                                : translated(texts::noFramesInfo)};
         }
     }
     replaceCaptureFile(nullptr);

@@ -31,14 +31,16 @@ inline constexpr QLatin1StringView writeFailed{
     QT_TRANSLATE_NOOP("vantrel", "The capture was stopped because its file cannot be written.")};
 inline constexpr QLatin1StringView writeFailedInfo{
     QT_TRANSLATE_NOOP("vantrel", "%1: %2. The %3 frames written before that are kept.")};
-inline constexpr QLatin1StringView noFileInfo{QT_TRANSLATE_NOOP("vantrel", "The file %1 cannot be made.")};
+inline constexpr QLatin1StringView noFile{QT_TRANSLATE_NOOP("vantrel", "The capture has no file.")};
+inline constexpr QLatin1StringView noFileInfo{
+    QT_TRANSLATE_NOOP("vantrel", "The file %1 cannot be made. Frames are lost, and counted, without it.")};
 inline constexpr QLatin1StringView noFolder{
     QT_TRANSLATE_NOOP("vantrel", "There is no safe place to write the capture file.")};
 
 inline constexpr QLatin1StringView stillSaving{QT_TRANSLATE_NOOP("vantrel", "The last capture is still being saved.")};
 inline constexpr QLatin1StringView stillSavingInfo{
     QT_TRANSLATE_NOOP("vantrel", "Start the next one when it is saved.")};
-inline constexpr char framesNotWritten[] = "%lu frames were lost while a full capture file could not be saved";
+inline constexpr char framesNotWritten[] = "%lu frames were lost while there was no file to write them to";
 
 inline constexpr QLatin1StringView prefix{"vantrel_%1"};
 inline constexpr QLatin1StringView prefixTime{"yyyy-MM-dd_hh.mm.ss.AP"}; // a 12-hour clock with its marker

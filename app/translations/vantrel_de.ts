@@ -388,12 +388,12 @@
         <translation>%1 Frames verloren: Sie kamen schneller, als dieser Rechner sie aufnehmen konnte.</translation>
     </message>
     <message>
-        <source>1 frame lost: the full capture file cannot be saved.</source>
-        <translation>1 Frame verloren: Die volle Datei kann nicht gespeichert werden.</translation>
+        <source>1 frame lost: there is no file to write it to.</source>
+        <translation>1 Frame verloren: Es gibt keine Datei für ihn.</translation>
     </message>
     <message>
-        <source>%1 frames lost: the full capture file cannot be saved.</source>
-        <translation>%1 Frames verloren: Die volle Datei kann nicht gespeichert werden.</translation>
+        <source>%1 frames lost: there is no file to write them to.</source>
+        <translation>%1 Frames verloren: Es gibt keine Datei für sie.</translation>
     </message>
     <message>
         <source>capturing</source>
@@ -778,8 +778,12 @@
         <translation>Aus</translation>
     </message>
     <message>
-        <source>The file %1 cannot be made.</source>
-        <translation>Die Datei %1 kann nicht angelegt werden.</translation>
+        <source>The file %1 cannot be made. Frames are lost, and counted, without it.</source>
+        <translation>Die Datei %1 kann nicht angelegt werden. Ohne sie gehen Frames verloren und werden gezählt.</translation>
+    </message>
+    <message>
+        <source>The capture has no file.</source>
+        <translation>Die Aufzeichnung hat keine Datei.</translation>
     </message>
 </context>
 <context>

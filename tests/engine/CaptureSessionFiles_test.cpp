@@ -182,7 +182,7 @@ TEST_F(CaptureSessionFilesTest, AFailingDeliveryIsNotTriedAgainForEveryFrameAndN
     const testing::LogCapture log;
     ASSERT_TRUE(stop());
     EXPECT_EQ(session->progress().framesNotWritten, 199U);
-    EXPECT_EQ(log.warnings().filter(QStringLiteral("199 frames were lost while a full capture file")).size(), 1);
+    EXPECT_EQ(log.warnings().filter(QStringLiteral("199 frames were lost while there was no file")).size(), 1);
     EXPECT_LE(recorder.attempts, 3) << "one at the limit, perhaps one a second later, one at the end";
     EXPECT_TRUE(QFile::exists(temporaryFile())) << "what could not be delivered stays";
 }
@@ -288,13 +288,17 @@ TEST_F(CaptureSessionFilesTest, AFileInTheWayIsLoggedAndLeftAlone) {
     ASSERT_TRUE(inTheWay.open(QIODevice::WriteOnly));
     const LogCapture log;
     ASSERT_TRUE(session->startCapture(CaptureMode::SingleChannel));
-    ASSERT_TRUE(waitIdle());
+    ASSERT_TRUE(runUntil([&] { return alerts().size() == 1; }));
+    ASSERT_TRUE(stop());
     EXPECT_EQ(log.warnings(),
               QStringList(QStringLiteral("pcap_dump_open() failed for file %1: File exists").arg(inTheWay.fileName())));
     EXPECT_EQ(inTheWay.size(), 0);
     EXPECT_TRUE(inTheWay.exists());
-    ASSERT_EQ(alerts().size(), 1);
-    EXPECT_TRUE(alerts().first().endsWith(QStringLiteral("The file %1 cannot be made.").arg(inTheWay.fileName())));
+    EXPECT_EQ(
+        alerts().first(),
+        QStringLiteral("alert: The capture has no file. | The file %1 cannot be made. Frames are lost, and counted, "
+                       "without it.")
+            .arg(inTheWay.fileName()));
 }
 
 TEST_F(CaptureSessionFilesTest, AFullDiskEndsTheCaptureKeepsItsRecordsAndTellsTheUser) {
@@ -355,32 +359,40 @@ TEST_F(CaptureSessionFilesTest, SlicedFramesAreWrittenShort) {
     EXPECT_EQ(session->progress().size, 8U + 24U + 24U);
 }
 
-TEST_F(CaptureSessionFilesTest, WithoutItsFileACaptureEndsAtOnceAndSaysSo) {
+TEST_F(CaptureSessionFilesTest, WithoutItsFileACaptureSaysSoAtOnceAndCountsWhatItLoses) {
     pcapFaults().openDead = true;
     ASSERT_TRUE(session->prepareCapture());
     ASSERT_TRUE(session->startCapture(CaptureMode::SingleChannel));
-    ASSERT_TRUE(waitIdle());
+    ASSERT_TRUE(runUntil([&] { return alerts().size() == 1; }));
     pcapFaults().clear();
-    ASSERT_EQ(alerts().size(), 1);
-    EXPECT_TRUE(alerts().first().startsWith(
-        QStringLiteral("alert: The capture was stopped because its file cannot be written. | The file ")));
-    EXPECT_TRUE(alerts().first().endsWith(QStringLiteral(".pcap cannot be made.")));
+    EXPECT_TRUE(alerts().first().startsWith(QStringLiteral("alert: The capture has no file. | The file ")));
+    ASSERT_TRUE(runUntil([&] { return session->isCapturing(); }));
+    send(3);
+    ASSERT_TRUE(runUntil([&] { return session->progress().framesNotWritten == 3; }));
+    const LogCapture log;
+    ASSERT_TRUE(stop());
+    ASSERT_EQ(alerts().size(), 2);
+    EXPECT_TRUE(alerts().last().startsWith(QStringLiteral("alert: No frames were captured. | The file ")))
+        << "the link-layer header is not to blame";
+    EXPECT_EQ(log.warnings(),
+              QStringList(QStringLiteral("3 frames were lost while there was no file to write them to")));
     ASSERT_TRUE(start()) << "the next capture has a file";
     ASSERT_TRUE(stop());
 }
 
-TEST_F(CaptureSessionFilesTest, WithoutItsNextFileACaptureEndsAndTheFullOnesAreKept) {
+TEST_F(CaptureSessionFilesTest, WithoutItsNextFileACaptureRunsOnAndTheFullOnesAreKept) {
     limit(10, 4, 5);
     ASSERT_TRUE(start());
     send(5);
     ASSERT_TRUE(runUntil([&] { return session->progress().frames == 5; }));
     pcapFaults().openDead = true;
     send(20);
-    ASSERT_TRUE(waitIdle());
+    ASSERT_TRUE(runUntil([&] { return session->progress().framesNotWritten == 15; }));
     pcapFaults().clear();
+    ASSERT_TRUE(stop());
     EXPECT_EQ(recorder.finalized(), Counts{10});
     ASSERT_EQ(alerts().size(), 1);
-    EXPECT_TRUE(alerts().first().endsWith(QStringLiteral(".pcap cannot be made.")));
+    EXPECT_TRUE(alerts().first().startsWith(QStringLiteral("alert: The capture has no file. | The file ")));
 }
 
 } // namespace

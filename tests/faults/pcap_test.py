@@ -12,6 +12,7 @@ from faults import WRITE_FAILED, FaultTest, whole_records
 TEXT = "a fault of the tests"
 TUN = Path("/dev/net/tun")
 NO_PERMISSION = "You don't have permission to capture on this device."
+NO_FILE = "The capture has no file."
 NO_FRAMES = "No frames were captured."
 LOAD = "500"
 
@@ -160,8 +161,11 @@ class Pcap(FaultTest):
         self.wait_for_fault()
         self.wait_for_log(*logged)
         alert = self.desktop.alert(program)
-        self.assertEqual(alert[0], WRITE_FAILED)
+        self.assertEqual(alert[0], NO_FILE)
         self.assertIn(str(self.captures), alert[1])
+        self.desktop.press(program, "OK")
+        self.stop(program, item)
+        self.assertEqual(self.desktop.alert(program)[0], NO_FRAMES)
         self.desktop.press(program, "OK")
         item.wait_for_entry("Quit")
         self.recovers(program, item)

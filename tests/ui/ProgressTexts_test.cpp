@@ -25,10 +25,10 @@ TEST(ProgressTexts, DroppedFramesAreSaidInWords) {
     EXPECT_EQ(droppedFramesText(1).toStdString(), "1 frame lost: it came faster than this computer could take it.");
     EXPECT_EQ(droppedFramesText(2).toStdString(),
               "2 frames lost: they came faster than this computer could take them.");
-    EXPECT_EQ(droppedFramesText(0, 1).toStdString(), "1 frame lost: the full capture file cannot be saved.");
+    EXPECT_EQ(droppedFramesText(0, 1).toStdString(), "1 frame lost: there is no file to write it to.");
     EXPECT_EQ(droppedFramesText(2, 30).toStdString(),
               "2 frames lost: they came faster than this computer could take them.\n"
-              "30 frames lost: the full capture file cannot be saved.");
+              "30 frames lost: there is no file to write them to.");
 }
 
 TEST(ProgressTexts, WithoutALimitTheProgressIsIndeterminate) {

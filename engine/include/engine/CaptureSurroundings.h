@@ -101,7 +101,7 @@ struct CaptureProgress {
     std::int64_t maxCaptureFiles = 0;
     CaptureLimits limits;
     std::uint64_t framesDroppedByKernel = 0;
-    std::uint64_t framesNotWritten = 0; // while a full file could not be delivered
+    std::uint64_t framesNotWritten = 0; // while there was no file, or a full one could not be delivered
 };
 
 } // namespace vantrel
