@@ -90,6 +90,14 @@ def preferences(session):
     session.end(program)
 
 
+def german(session):
+    program, item = session.start({"LANGUAGE": "de"}, **LIMITED)
+    item.click("Einstellungen …")
+    session.desktop.window(program, "Vantrel-Einstellungen")
+    session.take("german")
+    session.end(program)
+
+
 def notification(session):
     desktop = session.desktop
     program, item = session.start(**QUIET)
@@ -162,4 +170,4 @@ def feed(session):
         session.end(program)
 
 
-PARTS = (menus, questions, panel, preferences, upload, notification, script, feed)
+PARTS = (menus, questions, panel, preferences, german, upload, notification, script, feed)
