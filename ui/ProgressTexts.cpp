@@ -18,8 +18,7 @@ constexpr char droppedFrame[] =
 constexpr char droppedFrames[] =
     QT_TRANSLATE_NOOP("vantrel", "%1 frames lost: they came faster than this computer could take them.");
 constexpr char unwrittenFrame[] = QT_TRANSLATE_NOOP("vantrel", "1 frame lost: there is no file to write it to.");
-constexpr char unwrittenFrames[] =
-    QT_TRANSLATE_NOOP("vantrel", "%1 frames lost: there is no file to write them to.");
+constexpr char unwrittenFrames[] = QT_TRANSLATE_NOOP("vantrel", "%1 frames lost: there is no file to write them to.");
 
 constexpr double indeterminate = -1;
 
