@@ -1,4 +1,5 @@
-"""scripts/run-mutations on a small tree: it tells a fault that is caught from one that is not, and leaves the tree alone."""
+"""scripts/run-mutations on a small tree: it tells a fault that is caught from one that is not, and leaves the tree as
+it was."""
 import difflib
 import shutil
 import subprocess
@@ -47,13 +48,15 @@ class Mutations(unittest.TestCase):
     def patch(self, name="01-right", what="the right is wrong", test="engine.Q.IsRight", source=SOURCE,
               change=("right", "wrong")):
         changed = source.replace(*change)
-        hunks = difflib.unified_diff(source.splitlines(True), changed.splitlines(True), "a/engine/Q.cpp", "b/engine/Q.cpp")
+        hunks = difflib.unified_diff(source.splitlines(True), changed.splitlines(True), "a/engine/Q.cpp",
+                                     "b/engine/Q.cpp")
         heading = f"What: {what}\nTarget: test_engine\nTest: {test}\n\ndiff --git a/engine/Q.cpp b/engine/Q.cpp\n"
         self.write(f"tests/mutations/{name}.patch", heading + "".join(hunks))
 
     def run_it(self, *words):
         """Exit status and output."""
-        done = subprocess.run([self.root / "scripts/run-mutations", *words], capture_output=True, text=True, timeout=120)
+        done = subprocess.run([self.root / "scripts/run-mutations", *words], capture_output=True, text=True,
+                              timeout=120)
         return done.returncode, done.stdout + done.stderr
 
     def test_a_fault_that_is_caught(self):
