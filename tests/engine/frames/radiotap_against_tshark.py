@@ -14,7 +14,8 @@ from radiotap_meaning import ANY, COLUMNS, expected
 PROGRAM, COUNT, SEED = "", 5000, 1
 INVALID = -22
 PAST = "radiotap.data_past_header"
-OWN = ["radiotap.length", "radiotap.present.word", PAST]
+FREQUENCIES = ["radiotap.channel.freq", "radiotap.xchannel.freq"]
+OWN = ["radiotap.length", "radiotap.present.word", PAST, FREQUENCIES[1]]
 BOTH = headers.bits(headers.RADIOTAP_NAMESPACE, headers.VENDOR_NAMESPACE)
 TLVS_AND_MORE = headers.bits(headers.TLV, headers.EXTENDED)
 TIMESTAMP, ZERO_LENGTH = 22, 26  # fields; of ZERO_LENGTH radiotap says that no frame follows
@@ -165,7 +166,8 @@ def has_other_version(case):
 
 
 def is_in_60_ghz_band(case):
-    return has_ht_control(case.frame) and max(case.shown["radiotap.channel.freq"], default=0) > 57000
+    told = [number(text) for column in FREQUENCIES for text in case.theirs[column]]
+    return has_ht_control(case.frame) and max(told, default=0) > 57000
 
 
 def ends_with_timestamp(case):

@@ -199,7 +199,7 @@ def told_flags(data):
 def records(rng, count):
     """So many records, and at least all single fields and what is seldom; each the name of its kind and the bytes that
     were captured."""
-    corpus = [path.read_bytes() for path in sorted(CORPUS.iterdir())]
+    corpus = [path.read_bytes() for path in sorted(CORPUS.iterdir()) if path.is_file()]
     made = 0
     for kind, data in singles(rng):
         yield kind, data + frame(rng, told_flags(data))
