@@ -12,6 +12,7 @@ from beside_tshark import PPI, Rule, Tally, frame_differences, number, read_by_b
 from radiotap_headers import FCS, frame
 
 PROGRAM, COUNT, SEED = "", 3000, 1
+FIXED_SIZE = 8  # bytes in front of the first field
 COMMON, COMMON_SIZE, FLAGS_AT = 2, 20, 8
 FRAME_TYPE = 105  # plain 802.11, as data-link types are numbered
 OTHERS = (5, 6, 7, 20, 300)  # spectrum map, process and capture information, and what nobody has defined
@@ -42,7 +43,7 @@ def header(rng):
     if rng.random() < 0.05:
         fields.append(field(COMMON, rng.randbytes(rng.choice((0, 19, 21)))))
     data = b"".join(fields)
-    return struct.pack("<BBHI", 0, ALIGNED if rng.random() < 0.05 else 0, 8 + len(data), FRAME_TYPE) + data
+    return struct.pack("<BBHI", 0, ALIGNED if rng.random() < 0.05 else 0, FIXED_SIZE + len(data), FRAME_TYPE) + data
 
 
 def damaged(rng, data):
@@ -87,7 +88,7 @@ class Case:
 
     def all_fields(self):
         """Place, kind and length of the fields that begin within the header; and where the last of them ends."""
-        fields, at = [], 8
+        fields, at = [], FIXED_SIZE
         while at < self.claimed and at + 4 <= len(self.data):
             fields.append((at, *struct.unpack_from("<HH", self.data, at)))
             at += 4 + fields[-1][2]
@@ -98,7 +99,7 @@ def differences(case):
     ours, theirs = case.ours, case.theirs
     if ours.refused == case.handed_over:
         yield "header"
-    if not ours.refused and theirs["ppi.length"] != [str(ours.length)]:
+    if not ours.refused and len(case.data) >= FIXED_SIZE and theirs["ppi.length"] != [str(ours.length)]:
         yield "length"
     if case.handed_over and not ours.refused:
         flags = case.flags[0] if case.flags else 0
@@ -110,9 +111,10 @@ def differences(case):
 
 
 def first_common(case):
-    """Where the first Common field of the right length begins that has four captured bytes behind it."""
+    """Where the first Common field of the right length begins whose data begins within the header, and which has four
+    captured bytes behind it."""
     return next((at for at, kind, length in case.fields if (kind, length) == (COMMON, COMMON_SIZE)
-                 and at + 4 + COMMON_SIZE + 4 <= len(case.data)), None)
+                 and at + 4 <= case.claimed and at + 4 + COMMON_SIZE + 4 <= len(case.data)), None)
 
 
 def has_right_flags(case):
