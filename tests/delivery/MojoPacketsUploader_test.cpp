@@ -118,7 +118,8 @@ TEST_F(MojoPackets, AnAnswerWithoutAllThreeIsAFailureInTheServicesWords) {
 }
 
 TEST_F(MojoPackets, WithoutWordsTheFailureHasNone) {
-    for (const QByteArray output : {R"({"email": "a", "ticket": "b"})", "{}", "[]", R"({"message": null})"}) {
+    for (const QByteArray output :
+         {R"({"email": "a", "ticket": "b"})", "{}", "[]", R"({"message": null})", R"({"message": ""})"}) {
         SCOPED_TRACE(output.constData());
         recorder.failed.clear();
         runWithOutput(output);
