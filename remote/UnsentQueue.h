@@ -11,6 +11,7 @@
 #include <cstdint>
 #include <list>
 #include <optional>
+#include <string>
 #include <unordered_map>
 
 namespace vantrel {
