@@ -47,6 +47,25 @@ TEST_F(DebtRecordTest, WhatCannotBeReadIsLoggedAndRemoved) {
     }
 }
 
+// As anything that is no file would, and not for root alone.
+TEST_F(DebtRecordTest, AFolderInItsPlaceIsAFailureOfEveryStep) {
+    ASSERT_TRUE(QDir().mkpath(path()));
+    const Debts debts{.interfaceName = QStringLiteral("wlan0"),
+                      .address = {},
+                      .raiseLink = true,
+                      .handBack = false,
+                      .p2pDevices = {}};
+    const auto written = record.write(debts);
+    ASSERT_FALSE(written);
+    EXPECT_TRUE(written.error().what.endsWith(path())) << qPrintable(written.error().text());
+    const auto removed = record.remove();
+    ASSERT_FALSE(removed);
+    EXPECT_EQ(removed.error().what, QStringLiteral("remove ") + path());
+    const LogCapture log;
+    EXPECT_FALSE(record.take());
+    EXPECT_TRUE(log.warnings().join(u'\n').startsWith(QStringLiteral("open %1 failed: ").arg(path())));
+}
+
 TEST_F(DebtRecordTest, StandsInTheUsersStateFolder) {
     qputenv("XDG_STATE_HOME", "/var/state");
     EXPECT_EQ(DebtRecord::defaultPath(), QStringLiteral("/var/state/vantrel/radio.json"));
