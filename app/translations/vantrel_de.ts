@@ -785,6 +785,10 @@
         <source>The capture has no file.</source>
         <translation>Die Aufzeichnung hat keine Datei.</translation>
     </message>
+    <message>
+        <source>The file cannot be read: %1.</source>
+        <translation>Die Datei kann nicht gelesen werden: %1.</translation>
+    </message>
 </context>
 <context>
     <name>vantrel::preferences::MASPreferencesWindow</name>
