@@ -9,6 +9,7 @@
 #include <QStringList>
 #include <QVariantMap>
 #include <memory>
+#include <utility>
 
 namespace vantrel::testing {
 
@@ -26,6 +27,9 @@ public:
         QVariantMap hints;
         int expires = 0;
     };
+
+    NotificationServer() = default;
+    explicit NotificationServer(QStringList offered) : capabilities(std::move(offered)) {}
 
     QStringList capabilities{QStringLiteral("body"), QStringLiteral("actions")};
     bool knowsItsCapabilities = true; // else it refuses to say
