@@ -72,7 +72,8 @@ def peer(command, ready, dropped):
     return capture
 
 
-def vantrel(driver, slicing=False, buffer=None):
+def vantrel(driver, slicing=False, buffer=None, watched=None, before_stop=None):
+    """A capture with ours. `watched` is told its process before the frames are sent; `before_stop` is called after."""
     def capture(air, folder, rate):
         settings = folder / "config/vantrel/settings.json"
         settings.parent.mkdir(parents=True)
@@ -85,9 +86,13 @@ def vantrel(driver, slicing=False, buffer=None):
         program.hear("^ready 127")
         program.tell("start")
         program.hear("^capturing")
+        if watched:
+            watched(program.process.pid)
         program.mark()
         seconds = air.send(rate)
         time.sleep(QUIET)
+        if before_stop:
+            before_stop()
         program.tell("stop")
         said = int(program.hear("^idle").split()[2])
         memory = program.peak_memory()

@@ -3,7 +3,7 @@
 
     bench/run.py --build BUILD --output FILE       everything, into a document
     bench/run.py --build BUILD --only SECTION      one section, printed: processing, steps, live, buffer,
-                                                   responsiveness, startup or feed
+                                                   responsiveness, startup, feed or profile
     --repetitions N                                how often each program runs; 5 when not given
 
 BUILD holds the target `bench`. Times are compared within one run of this script only; nothing here passes or fails.
@@ -17,6 +17,7 @@ import platform
 import shutil
 import sys
 
+import hotspots
 import live
 import make_frames
 import responsiveness
@@ -24,6 +25,7 @@ import startup
 from programs import Failed, commands, cost, median, output_of, table
 
 FRAMES = 1_000_000
+SECTIONS = ["processing", "steps", "live", "buffer", "responsiveness", "startup", "feed", "profile"]
 NETWORKS, SWEEPS = 2000, 101  # of the feed
 CORE = str(max(os.sched_getaffinity(0)))
 
@@ -135,6 +137,13 @@ def answers(build):
         return [f"Not measured: {reason}"]
 
 
+def profile(build):
+    try:
+        return hotspots.section(build)
+    except Failed as reason:
+        return [f"Not measured: {reason}"]
+
+
 def feed(build):
     try:
         _, _, said = cost([build / "bench/feed_bench", str(NETWORKS), str(SWEEPS)])
@@ -176,6 +185,7 @@ def document(build, repetitions):
         "", "## The machine", "", *commands(["bench/run.py --build build/release --output FILE"]), "", *described,
         "", "## Processing", "", *sections["processing"], "", "## Steps of a frame", "", *steps(times),
         "", "## Live captures", "", *sections["live"],
+        "", "## Where the time goes", "", *profile(build),
         "", "## Start and memory", "", *sections["startup"],
         "", "## Answers during a capture", "", *sections["responsiveness"],
         "", "## The loopback feed", "", *feed(build),
@@ -191,6 +201,8 @@ def one_section(build, repetitions, wanted):
         return starts(build, repetitions)
     if wanted == "feed":
         return feed(build)
+    if wanted == "profile":
+        return profile(build)
     times = measure_steps(build)
     if wanted == "steps":
         return steps(times)
@@ -205,7 +217,7 @@ def main():
     parser = argparse.ArgumentParser(description=__doc__, formatter_class=argparse.RawDescriptionHelpFormatter)
     parser.add_argument("--build", type=pathlib.Path, required=True)
     parser.add_argument("--output", type=pathlib.Path)
-    parser.add_argument("--only", choices=["processing", "steps", "live", "buffer", "responsiveness", "startup", "feed"])
+    parser.add_argument("--only", choices=SECTIONS)
     parser.add_argument("--repetitions", type=int, default=5)
     arguments = parser.parse_args()
     build = arguments.build.resolve()

@@ -2,15 +2,13 @@
 
 #include "CloudSharkRequest.h"
 #include "DeliveryTexts.h"
-#include "ReplyText.h"
 #include "UploadBody.h"
 #include "base/Translated.h"
+#include "delivery/CloudSharkReply.h"
 #include "settings/SettingsKeys.h"
 #include "settings/SettingsStore.h"
 
 #include <QFileInfo>
-#include <QJsonArray>
-#include <QJsonDocument>
 #include <QNetworkReply>
 #include <chrono>
 #include <utility>
@@ -27,7 +25,6 @@ constexpr char noRequest[] = "failed.";
 constexpr char connectionFailed[] = "Failed to upload capture data: %s";
 
 // Shown.
-const QString applianceError = QStringLiteral("%1.");
 constexpr char timedOut[] = QT_TRANSLATE_NOOP("vantrel", "The request timed out.");
 constexpr char connectionLost[] = QT_TRANSLATE_NOOP("vantrel", "The network connection was lost.");
 constexpr char notUnderstood[] = QT_TRANSLATE_NOOP("vantrel", "The server's answer could not be understood.");
@@ -121,23 +118,18 @@ void CloudSharkUploader::connectionDidSendBodyData(qint64 written, qint64 expect
 }
 
 void CloudSharkUploader::connectionDidReceiveData() {
-    const QByteArray data = _reply->readAll();
-    const QJsonDocument document = QJsonDocument::fromJson(data);
-    if (isRedirected() || !document.isObject()) {
+    const CloudSharkReply reply = readCloudSharkReply(_reply->readAll());
+    if (isRedirected()) {
         return;
     }
-    const QJsonObject answer = document.object();
-    const auto id = replyText(answer, userinfo::Id);
-    const auto fileName = replyText(answer, userinfo::FileName);
-    const QJsonValue exceptions = answer.value(QLatin1StringView("exceptions"));
-    if (id && fileName) {
+    if (const auto* const capture = std::get_if<CloudSharkCapture>(&reply)) {
         _reported = true;
-        tellDidUploadFile(
-            {{userinfo::Uploader, userinfo::CloudShark}, {userinfo::Id, *id}, {userinfo::FileName, *fileName}});
-    } else if (!exceptions.isNull() && !exceptions.isUndefined()) {
+        tellDidUploadFile({{userinfo::Uploader, userinfo::CloudShark},
+                           {userinfo::Id, capture->id},
+                           {userinfo::FileName, capture->fileName}});
+    } else if (const auto* const refusal = std::get_if<CloudSharkRefusal>(&reply)) {
         _reported = true;
-        const auto first = replyText(exceptions.isArray() ? exceptions.toArray().at(0) : exceptions);
-        UserInfo info = failureInfo(applianceError.arg(first.value_or(absentText)));
+        UserInfo info = failureInfo(refusal->error);
         info.insert(userinfo::Uploader, userinfo::CloudShark);
         tellDidFail(info);
     }

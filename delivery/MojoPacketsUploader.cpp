@@ -1,14 +1,12 @@
 #include "delivery/MojoPacketsUploader.h"
 
 #include "DeliveryTexts.h"
-#include "ReplyText.h"
 #include "base/ChildProcess.h"
-#include "base/Translated.h"
+#include "delivery/MojoPacketsReply.h"
 #include "settings/SettingsKeys.h"
 #include "settings/SettingsStore.h"
 
 #include <QFileInfo>
-#include <QJsonDocument>
 #include <utility>
 
 namespace vantrel {
@@ -19,10 +17,6 @@ constexpr QLatin1StringView tracesPath{"/api/v1/traces"};
 const QString userAndKey = QStringLiteral("%1:%2");
 const QString filesField = QStringLiteral("files=@%1");
 
-// How the service's own failure reads when the account is unknown to it.
-constexpr QLatin1StringView unknownAccount{"\"TracefileController.apiHash\" is not defined"};
-constexpr char invalidCredentials[] = QT_TRANSLATE_NOOP("vantrel", "Invalid credentials.");
-constexpr char cannotContact[] = QT_TRANSLATE_NOOP("vantrel", "There was an error contacting the Mojo Packets API.");
 } // namespace
 
 MojoPacketsUploader::MojoPacketsUploader(const SettingsStore& settings, QString pathToFile, QString curl)
@@ -92,33 +86,21 @@ QByteArray MojoPacketsUploader::outputOfCurl() {
 }
 
 MojoPacketsUploader::Outcome MojoPacketsUploader::outcomeOf(const QByteArray& output) const {
-    const QJsonDocument document = QJsonDocument::fromJson(output);
-    if (document.isNull()) {
-        const bool isUnknown = QString::fromUtf8(output).contains(unknownAccount);
-        return failure(translated(isUnknown ? invalidCredentials : cannotContact));
-    }
-    const QJsonObject answer = document.object();
-    const auto email = replyText(answer, userinfo::Email);
-    const auto ticket = replyText(answer, userinfo::Ticket);
-    const auto traceId = replyText(answer, userinfo::TraceId);
-    if (!email || !ticket || !traceId) {
-        return failure(replyText(answer, QLatin1StringView("message")));
+    const auto trace = readMojoPacketsReply(output);
+    if (!trace) {
+        Outcome outcome{.succeeded = false,
+                        .userInfo = {{userinfo::Uploader, userinfo::MojoPackets}, {userinfo::PathToFile, _pathToFile}}};
+        if (trace.error()) {
+            outcome.userInfo.insert(userinfo::Error, *trace.error());
+        }
+        return outcome;
     }
     return {.succeeded = true,
             .userInfo = {{userinfo::Uploader, userinfo::MojoPackets},
-                         {userinfo::TraceId, *traceId},
-                         {userinfo::Ticket, *ticket},
-                         {userinfo::Email, *email},
+                         {userinfo::TraceId, trace->traceId},
+                         {userinfo::Ticket, trace->ticket},
+                         {userinfo::Email, trace->email},
                          {userinfo::FileName, QFileInfo(_pathToFile).fileName()}}};
-}
-
-MojoPacketsUploader::Outcome MojoPacketsUploader::failure(const std::optional<QString>& error) const {
-    Outcome outcome{.succeeded = false,
-                    .userInfo = {{userinfo::Uploader, userinfo::MojoPackets}, {userinfo::PathToFile, _pathToFile}}};
-    if (error) {
-        outcome.userInfo.insert(userinfo::Error, *error);
-    }
-    return outcome;
 }
 
 void MojoPacketsUploader::report() {

@@ -1,8 +1,8 @@
 #include "engine/VantrelCaptureFile.h"
 
 #include "CaptureTexts.h"
+#include "engine/WholeRecords.h"
 
-#include <array>
 #include <cstdio>
 #include <fcntl.h>
 #include <pcap/pcap.h>
@@ -15,15 +15,6 @@ namespace vantrel {
 namespace {
 
 constexpr std::size_t streamBuffer = std::size_t{256} * 1024;
-constexpr std::size_t fileHeaderLength = 24;
-constexpr std::size_t recordHeaderLength = 16;
-constexpr std::uint64_t countedPerFrame = 24; // limits have always counted records so, not by their length on disk
-
-std::uint32_t capturedLengthOf(const std::array<std::uint8_t, recordHeaderLength>& record) {
-    std::uint32_t length = 0; // the files are written in this machine's byte order
-    std::memcpy(&length, record.data() + 8, sizeof length);
-    return length;
-}
 
 } // namespace
 
@@ -135,29 +126,23 @@ void VantrelCaptureFile::close() {
 
 // What lies before the last good flush is whole; behind it the failed write may have ended inside a record.
 void VantrelCaptureFile::cutToWholeRecords() {
-    std::uint64_t end = _flushedOffset;
-    std::uint64_t keptFrames = _flushedFrames;
-    std::uint64_t keptSize = _flushedSize;
-    if (end == 0 && _reachedOffset >= fileHeaderLength) {
-        end = fileHeaderLength;
+    std::uint64_t start = _flushedOffset;
+    if (start == 0 && _reachedOffset >= fileHeaderLength) {
+        start = fileHeaderLength;
     }
-    std::array<std::uint8_t, recordHeaderLength> record{};
-    while (end >= fileHeaderLength && end + recordHeaderLength <= _reachedOffset &&
-           ::pread(_file.get(), record.data(), record.size(), static_cast<off_t>(end)) == ssize_t{recordHeaderLength}) {
-        const std::uint64_t captured = capturedLengthOf(record);
-        if (end + recordHeaderLength + captured > _reachedOffset) {
-            break;
-        }
-        end += recordHeaderLength + captured;
-        keptFrames += 1;
-        keptSize += captured + countedPerFrame;
+    WholeRecords kept{.end = start};
+    if (start >= fileHeaderLength) {
+        kept = wholeRecords(start, _reachedOffset, [this](std::uint64_t offset, std::span<std::uint8_t> bytes) {
+            return ::pread(_file.get(), bytes.data(), bytes.size(), static_cast<off_t>(offset)) ==
+                   static_cast<ssize_t>(bytes.size());
+        });
     }
-    if (::ftruncate(_file.get(), static_cast<off_t>(end)) != 0) {
+    if (::ftruncate(_file.get(), static_cast<off_t>(kept.end)) != 0) {
         const Error error = Error::fromErrno(_path);
         qCWarning(lcCapture, "ftruncate() failed for file %s: %s", qUtf8Printable(_path), qUtf8Printable(error.why));
     }
-    _frames.store(keptFrames, std::memory_order_relaxed);
-    _size.store(keptSize, std::memory_order_relaxed);
+    _frames.store(_flushedFrames + kept.frames, std::memory_order_relaxed);
+    _size.store(_flushedSize + kept.size, std::memory_order_relaxed);
 }
 
 void VantrelCaptureFile::remove() const { ::unlink(qUtf8Printable(_path)); }

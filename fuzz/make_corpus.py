@@ -207,6 +207,7 @@ def record(frame):
 SUITE = b"\x00\x0f\xac"
 RSN = b"\1\0" + SUITE + b"\4\1\0" + SUITE + b"\4\2\0" + SUITE + b"\2" + SUITE + b"\x08\x80\0"
 WPA = b"\0\x50\xf2\1\1\0\0\x50\xf2\2\1\0\0\x50\xf2\2\1\0\0\x50\xf2\2"
+SUITES = (1, 5, 8, 12, 18, 25)
 LAB = element(0, b"Lab")
 FEED = {
     "stream": b"\0" + record(announced(LAB)) + record(announced(LAB, kind=0x50)),
@@ -228,8 +229,137 @@ FEED = {
     "element_too_long": b"\1" + announced(LAB, b"\x30\xff\1\0"),
 }
 
+ELEMENTS = {
+    "lab": LAB,
+    "hidden": element(0, b"") + element(48, RSN),
+    "channel": LAB + element(3, b"\6") + element(7, b"DE \1\x0d\x14"),
+    "country_unknown": element(7, b"d3 "),
+    "wpa": element(221, WPA),
+    "owe_transition": element(221, b"\x50\x6f\x9a\x1c\1"),
+    "other_vendor": element(221, b"\0\x50\xf2\4\x10\x4a\0\1\x10") + element(221, b"\0\x50"),
+    "suites": element(48, RSN[:6] + b"\1\0" + SUITE + b"\4\6\0" + b"".join(SUITE + bytes([n]) for n in SUITES)),
+    "rsn_alone": element(48, b"\1\0"),
+    "rsn_count": element(48, RSN[:6] + b"\xff\xff"),
+    "ht": element(61, b"\x24\5" + bytes(20)),
+    "ht_short": element(61, b"\x24\5"),
+    "vht": element(61, b"\x24\5" + bytes(20)) + element(192, b"\1\x2a\x32\0\0"),
+    "vht_160": element(192, b"\2\x32\0\0\0"),
+    "he": element(255, b"\x24\0\xc0\2\1\0\0\1\x2a\0\2\5\2\7\0\6"),
+    "he_twice": element(255, b"\x24") + element(255, b"\x24\0\0\2\1\0\0\5\3\7\x27\6"),
+    "eht": element(255, b"\x6a\1\0\0\0\0\4\x1f\x2f"),
+    "ssid_twice": LAB + element(0, b"Other"),
+    "ssid_too_long": element(0, bytes(range(1, 34))),
+    "element_too_long": LAB + b"\x30\xff\1\0",
+}
+
+
+def pcap_file(*frames, link=127, magic=0xA1B2C3D4, order="<"):
+    header = struct.pack(order + "IHHiIII", magic, 2, 4, 0, 0, 2048, link)
+    return header + b"".join(struct.pack(order + "IIII", 1, 2, len(one), len(one) + 4) + one for one in frames)
+
+
+DATA = RADIOTAP["flags"] + data_frame(0, 1, 24)
+RECORD = {
+    "stream": b"\0" + pcap_file(DATA, SIGNAL + management(8)),
+    "stream_ppi": b"\0" + pcap_file(ppi(common(1)) + data_frame(8, 1, 26), link=192),
+    "stream_plain": b"\0" + pcap_file(data_frame(0, 1, 24), link=105),
+    "stream_big_endian": b"\0" + pcap_file(DATA, order=">"),
+    "stream_nanoseconds": b"\0" + pcap_file(DATA, magic=0xA1B23C4D),
+    "stream_empty_frame": b"\0" + pcap_file(b"", DATA),
+    "stream_too_long": b"\0" + pcap_file(DATA + bytes(2100)),
+    "stream_cut": b"\0" + pcap_file(DATA, DATA)[:-30],
+    "stream_no_magic": b"\0" + bytes(24) + DATA,
+    "end_whole": b"\1" + pcap_file(DATA, DATA)[24:],
+    "end_in_frame": b"\1" + pcap_file(DATA, DATA)[24:-1],
+    "end_in_header": b"\1" + pcap_file(DATA, b"")[24:-1],
+    "end_huge": b"\1" + bytes(8) + b"\xff" * 8 + DATA,
+}
+REPLIES = {
+    "cloudshark": b'\0{"id": "9f3a", "filename": "b c.pcap"}',
+    "cloudshark_number": b'\0{"id": 9007199254740993, "filename": true}',
+    "cloudshark_path": b'\0{"id": "../@evil.example/?a#b\\u00e9\\ud800", "filename": ""}',
+    "cloudshark_dots": b'\0{"id": "..", "filename": "x"}',
+    "cloudshark_object": b'\0{"id": {"a": [1, 2.5, null]}, "filename": []}',
+    "cloudshark_refused": b'\0{"exceptions": ["Invalid token", "another"]}',
+    "cloudshark_refused_none": b'\0{"exceptions": []}',
+    "cloudshark_refused_text": b'\0{"id": null, "exceptions": "%1 100%"}',
+    "cloudshark_list": b'\0["id", "filename", "exceptions"]',
+    "cloudshark_page": b"\0<html>no</html>",
+    "cloudshark_marked": b'\0\xef\xbb\xbf {"id": 1, "filename": "b"}',
+    "mojo": b'\1{"message": "ok", "email": "a@b.example", "ticket": "T-1", "trace_id": 77}',
+    "mojo_percent": b'\1{"email": "%2%3", "ticket": "%1", "trace_id": "%L1&x=\\n"}',
+    "mojo_refused": b'\1{"message": "Quota.", "email": "a"}',
+    "mojo_refused_empty": b'\1{"message": ""}',
+    "mojo_list": b"\1[]",
+    "mojo_unknown": b'\1<h1>"TracefileController.apiHash" is not defined</h1>',
+    "mojo_nothing": b"\1",
+}
+DEBTS = {
+    "all": b'{"address":"02:00:00:00:00:00","handBack":true,"interface":"wlan0",'
+           b'"p2pDevices":["7","18446744073709551615"],"raiseLink":true}',
+    "link": b'{"interface": "wlan0", "raiseLink": true}',
+    "nothing": b'{"interface": "wlan0"}',
+    "no_interface": b'{"interface": "", "raiseLink": true}',
+    "number": b'{"interface": 7, "raiseLink": true}',
+    "long_name": b'{"interface": "wlan0123456789abcdef", "raiseLink": true}',
+    "escape": b'{"interface": "\\u001b[2J", "raiseLink": true}',
+    "address": b'{"interface": "wlan0", "address": "' + b"02:" * 60 + b'", "raiseLink": true}',
+    "devices": b'{"interface": "wlan0", "p2pDevices": [' + b",".join([b'" 1"'] * 70) + b"]}",
+    "not_numbers": b'{"interface": "wlan0", "p2pDevices": [1, "-1", "x", null, "+3"]}',
+    "list": b"[1]",
+    "cut": b'{"interface": "wlan0", "raise',
+}
+ENTRY = b"[Desktop Entry]\nType=Application\nName=Vantrel\nExec=%s\nX-GNOME-Autostart-enabled=%s\n"
+AUTOSTART = {
+    "entry": ENTRY % (b'"/usr/bin/vantrel"', b"true"),
+    "off": ENTRY % (b'"/usr/bin/vantrel"', b"false"),
+    "hidden": ENTRY % (b"/nonexistent/vantrel %U", b"true") + b"Hidden=true\n",
+    "escapes": ENTRY % (b'"/a\\\\\\\\b\\\\\\"c\\\\$ %%\\s\\t\\q" x', b"true"),
+    "other_group": b"[Other]\nExec=/nonexistent/vantrel\n#Exec=x\n[Desktop Entry]\n=\nExec\n",
+    "path": b"usr/bin/a b\"\\`$%\n\t\xc3\xa9",
+    "path_up": b"../..//a/./b/",
+}
+
+
+def arguments(kind, data=b""):
+    """The type of the arguments behind its length, then the value as GVariant serializes it."""
+    return bytes([len(kind)]) + kind + data
+
+
+def variant(kind, data):
+    return data + b"\0" + kind
+
+
+DBUS = {
+    "path": arguments(b"(o)", b"/org/freedesktop/NetworkManager/Devices/2\0"),
+    "path_is_text": arguments(b"(s)", b"/org\0"),
+    "managed": arguments(b"(v)", variant(b"b", b"\1")),
+    "managed_is_text": arguments(b"(v)", variant(b"s", b"false\0")),
+    "managed_in_two": arguments(b"(v)", variant(b"v", variant(b"b", b"\1"))),
+    "state": arguments(b"(is)", struct.pack("=i", 2) + b"\0"),
+    "state_unsigned": arguments(b"(us)", struct.pack("=I", 2) + b"\0"),
+    "name": arguments(b"(s)", b"host\0"),
+    "name_empty": arguments(b"(s)", b"\0"),
+    "item": arguments(b"(iisssu)", struct.pack("=ii", 1, 0) + b"feed\0_vantrel._tcp\0local\0\0\0\0"
+                      + struct.pack("=I", 0) + bytes([33, 27, 13])),
+    "resolved": arguments(b"(iissssisqaayu)", struct.pack("=ii", 1, 0) + b"f\0t\0l\0h\0" + struct.pack("=i", 0) + b"a\0"
+                          + struct.pack("=HI", 5555, 0) + bytes([24, 22, 16, 14, 12, 10])),
+    "scheme": arguments(b"(ssv)", b"org.freedesktop.appearance\0color-scheme\0"
+                        + variant(b"u", struct.pack("=I", 1)) + bytes([40, 27])),
+    "scheme_read": arguments(b"(v)", variant(b"v", variant(b"u", struct.pack("=I", 2)))),
+    "scheme_text": arguments(b"(v)", variant(b"s", b"1\0")),
+    "dictionary": arguments(b"(a{sv})", b"a\0" + bytes(6)),
+    "lists": arguments(b"(asayavh)", bytes(24)),
+    "numbers": arguments(b"(bynqiuxtdg)", bytes(64)),
+    "no_tuple": arguments(b"aai", bytes(12)),
+    "maybe": arguments(b"(mi)", bytes(4)),
+    "no_type": arguments(b"(i", bytes(4)),
+}
+
 for name, inputs in (("radiotap", RADIOTAP), ("ppi", PPI), ("slicing", SLICING), ("netlink", NETLINK),
-                     ("protocol", PROTOCOL), ("packet", PACKET), ("feed", FEED)):
+                     ("protocol", PROTOCOL), ("packet", PACKET), ("feed", FEED), ("elements", ELEMENTS),
+                     ("record", RECORD), ("replies", REPLIES), ("debts", DEBTS), ("autostart", AUTOSTART),
+                     ("dbus", DBUS)):
     os.makedirs(os.path.join(FOLDER, name), exist_ok=True)
     for file, data in inputs.items():
         with open(os.path.join(FOLDER, name, file), "wb") as out:

@@ -1,20 +1,14 @@
 // Any bytes as the settings file: they are refused or read, every key reads as every type, and what was read can be
 // written and read back. Touches no file.
+#include "FuzzInput.h"
 #include "settings/Coercion.h"
 #include "settings/SettingsText.h"
 
 #include <QJsonValue>
-#include <cstddef>
-#include <cstdint>
-#include <cstdlib>
 
 namespace {
 
-void require(bool holds) {
-    if (!holds) {
-        std::abort();
-    }
-}
+using vantrel::require;
 
 void readAsEveryType(const QVariant& value) {
     namespace coercion = vantrel::coercion;

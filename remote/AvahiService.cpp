@@ -2,6 +2,7 @@
 
 #include "RemoteTexts.h"
 #include "base/Error.h"
+#include "remote/AvahiAnswers.h"
 
 #include <QDBusMetaType>
 #include <QDBusObjectPath>
@@ -22,6 +23,7 @@ const QString stateChanged = QStringLiteral("StateChanged");
 const QString serverPath = QStringLiteral("/");
 
 // avahi-common/defs.h and address.h
+constexpr int unknownState = -1; // none of theirs
 constexpr int serverRunning = 2;
 constexpr int groupEstablished = 2;
 constexpr int groupCollision = 3;
@@ -76,7 +78,8 @@ void AvahiService::askForDaemon() {
                                        QStringLiteral("org.freedesktop.DBus"), QStringLiteral("GetNameOwner"));
     question << service;
     call(
-        question, [this](const QDBusMessage& answer) { ownerChanged(answer.arguments().value(0).toString()); },
+        question,
+        [this](const QDBusMessage& answer) { ownerChanged(avahiNameOf(answer.arguments()).value_or(QString())); },
         [](const QDBusError& error) {
             qCInfo(lcRemote, "the feed is not announced until avahi-daemon runs: %s", qUtf8Printable(error.message()));
             return true;
@@ -94,8 +97,9 @@ void AvahiService::ownerChanged(const QString& owner) {
         return;
     }
     _bus.connect(owner, serverPath, serverInterface, stateChanged, this, SLOT(serverStateChanged(int, QString)));
-    call(serverMessage(QStringLiteral("GetState")),
-         [this](const QDBusMessage& answer) { serverStateChanged(answer.arguments().value(0).toInt(), {}); });
+    call(serverMessage(QStringLiteral("GetState")), [this](const QDBusMessage& answer) {
+        serverStateChanged(avahiStateOf(answer.arguments()).value_or(unknownState), {});
+    });
 }
 
 // What was asked of it is not waited for, and what was made there is its own affair.
@@ -125,8 +129,9 @@ void AvahiService::begin() {
         return;
     }
     call(serverMessage(QStringLiteral("GetHostName")), [this](const QDBusMessage& answer) {
-        _name = answer.arguments().value(0).toString();
-        makeGroup();
+        if (takeName(answer, "GetHostName")) {
+            makeGroup();
+        }
     });
 }
 
@@ -183,7 +188,7 @@ void AvahiService::groupStateChanged(const QDBusMessage& message) {
     if (message.path() != _group) {
         return;
     }
-    switch (message.arguments().value(0).toInt()) {
+    switch (avahiStateOf(message.arguments()).value_or(unknownState)) {
     case groupEstablished:
         qCInfo(lcRemote, "the feed is announced as \"%s\", port %u", qUtf8Printable(_name),
                static_cast<unsigned>(description().port));
@@ -204,9 +209,20 @@ void AvahiService::takeAnotherName() {
     auto message = serverMessage(QStringLiteral("GetAlternativeServiceName"));
     message << _name;
     call(message, [this](const QDBusMessage& answer) {
-        _name = answer.arguments().value(0).toString();
-        call(groupMessage(QStringLiteral("Reset")), [this](const QDBusMessage& /*done*/) { addService(); });
+        if (takeName(answer, "GetAlternativeServiceName")) {
+            call(groupMessage(QStringLiteral("Reset")), [this](const QDBusMessage& /*done*/) { addService(); });
+        }
     });
+}
+
+bool AvahiService::takeName(const QDBusMessage& answer, const char* member) {
+    const auto name = avahiNameOf(answer.arguments());
+    if (!name) {
+        qCWarning(lcRemote, "%s failed: the answer is no name", member);
+        return false;
+    }
+    _name = *name;
+    return true;
 }
 
 void AvahiService::freeGroup() {

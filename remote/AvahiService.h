@@ -38,6 +38,7 @@ private:
     void groupMade(const QString& path);
     void addService();
     void takeAnotherName();
+    [[nodiscard]] bool takeName(const QDBusMessage& answer, const char* member);
     void freeGroup();
 
     [[nodiscard]] QDBusMessage serverMessage(const QString& member) const;

@@ -116,7 +116,7 @@ void VantrelCaptureConnection::handlePacket(VantrelPacket packet) {
     const std::lock_guard lock(_packetsMutex);
     const auto stored = _packets.find(packet.bssid());
     if (stored == _packets.end()) {
-        std::string bssid = packet.bssid();
+        std::string bssid(packet.bssid());
         _packets.emplace(std::move(bssid), std::move(packet));
     } else if (stored->second.rssi() < packet.rssi()) {
         stored->second = std::move(packet);

@@ -11,7 +11,7 @@ void UnsentQueue::enqueue(VantrelPacket packet) {
     _memory += memoryOf(packet);
     _entries.push_back({std::move(packet), std::nullopt});
     const auto newest = std::prev(_entries.end());
-    const auto [latest, isFirst] = _latest.try_emplace(newest->packet.bssid(), newest);
+    const auto [latest, isFirst] = _latest.try_emplace(std::string(newest->packet.bssid()), newest);
     if (!isFirst) {
         latest->second->superseded = _superseded.insert(_superseded.end(), latest->second);
         latest->second = newest;
@@ -35,7 +35,7 @@ VantrelPacket UnsentQueue::take(Entries::iterator entry) {
     if (entry->superseded) {
         _superseded.erase(*entry->superseded);
     } else {
-        _latest.erase(entry->packet.bssid());
+        _latest.erase(std::string(entry->packet.bssid()));
     }
     VantrelPacket packet = std::move(entry->packet);
     _entries.erase(entry);
@@ -57,14 +57,14 @@ void UnsentQueue::clear() {
     _memory = 0;
 }
 
-// The data, the BSSID's text in two places, the two list nodes and the map's node, and what the allocator adds to each.
+// The data, the BSSID's text in the map, the two list nodes and the map's node, and what the allocator adds to each.
 std::size_t UnsentQueue::memoryOf(const VantrelPacket& packet) {
     constexpr std::size_t allocatorAdds = 16;
     constexpr std::size_t links = 2 * sizeof(void*);
     constexpr std::size_t textSize = 18;
     constexpr std::size_t nodes = sizeof(Entry) + links + sizeof(Entries::iterator) + links +
-                                  sizeof(std::pair<std::string, Entries::iterator>) + links + 2 * textSize;
-    return packet.data().capacity() + nodes + 6 * allocatorAdds;
+                                  sizeof(std::pair<std::string, Entries::iterator>) + links + textSize;
+    return packet.data().capacity() + nodes + 5 * allocatorAdds;
 }
 
 } // namespace vantrel

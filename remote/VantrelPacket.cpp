@@ -4,7 +4,6 @@
 #include "frames/Radiotap.h"
 #include "remote/Streams.h"
 
-#include <array>
 #include <cstdio>
 #include <zlib.h>
 
@@ -26,13 +25,6 @@ constexpr unsigned subtypeMask = 0x00F0;
 constexpr unsigned subtypeProbeResponse = 0x0050;
 constexpr unsigned subtypeBeacon = 0x0080;
 
-std::string addressText(std::span<const std::uint8_t> address) {
-    std::array<char, 18> text{};
-    std::snprintf(text.data(), text.size(), "%02x:%02x:%02x:%02x:%02x:%02x", address[0], address[1], address[2],
-                  address[3], address[4], address[5]);
-    return text.data();
-}
-
 } // namespace
 
 VantrelPacket VantrelPacket::initWithData(std::span<const std::uint8_t> data) {
@@ -50,7 +42,7 @@ void VantrelPacket::parse() {
         return;
     }
     readBssid(std::span(_data).subspan(frameStart, _data.size() - frameStart - fcsLength));
-    _isValid = !_bssid.empty();
+    _isValid = _bssidLength > 0;
 }
 
 // Whether the radio header could be walked to its end.
@@ -82,7 +74,10 @@ void VantrelPacket::readBssid(std::span<const std::uint8_t> frame) {
     const unsigned subtype = frameControl & subtypeMask;
     if ((frameControl & (versionMask | typeMask)) == 0 &&
         (subtype == subtypeProbeResponse || subtype == subtypeBeacon)) {
-        _bssid = addressText(frame.subspan(bssidOffset, bssidLength));
+        const auto address = frame.subspan(bssidOffset, bssidLength);
+        std::snprintf(_bssid.data(), _bssid.size(), "%02x:%02x:%02x:%02x:%02x:%02x", address[0], address[1], address[2],
+                      address[3], address[4], address[5]);
+        _bssidLength = _bssid.size() - 1;
     }
 }
 

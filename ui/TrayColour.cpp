@@ -17,8 +17,6 @@ namespace {
 const QString portalService = QStringLiteral("org.freedesktop.portal.Desktop");
 const QString portalPath = QStringLiteral("/org/freedesktop/portal/desktop");
 const QString settingsInterface = QStringLiteral("org.freedesktop.portal.Settings");
-const QString appearance = QStringLiteral("org.freedesktop.appearance");
-const QString colorScheme = QStringLiteral("color-scheme");
 
 const QColor light(0xee, 0xee, 0xee);
 const QColor dark(0x2e, 0x34, 0x36);
@@ -61,35 +59,26 @@ void TrayColour::askForScheme(QDBusConnection bus) {
     }
     QDBusMessage question =
         QDBusMessage::createMethodCall(portalService, portalPath, settingsInterface, QStringLiteral("Read"));
-    question << appearance << colorScheme;
+    question << QString(appearance) << QString(colorScheme);
     auto* call = new QDBusPendingCallWatcher(bus.asyncCall(question), this);
     connect(call, &QDBusPendingCallWatcher::finished, this, [this, call] {
         call->deleteLater();
         const QDBusPendingReply<QDBusVariant> reply = *call;
         if (reply.isError()) { // usual where no portal is installed
-            qDebug("Read of %s failed: %s", qUtf8Printable(colorScheme), qUtf8Printable(reply.error().message()));
+            qDebug("Read of %s failed: %s", colorScheme.data(), qUtf8Printable(reply.error().message()));
             return;
         }
-        setScheme(reply.value().variant());
+        setScheme(schemeOf(reply.value().variant()));
     });
 }
 
 void TrayColour::settingChanged(const QDBusMessage& message) {
-    const QVariantList arguments = message.arguments(); // space, key, value
-    if (arguments.size() == 3 && arguments[0] == appearance && arguments[1] == colorScheme) {
-        setScheme(arguments[2]);
+    if (const auto scheme = changedScheme(message.arguments())) {
+        setScheme(*scheme);
     }
 }
 
-void TrayColour::setScheme(const QVariant& value) {
-    // Read answers a variant within the variant.
-    const QVariant inner = value.canConvert<QDBusVariant>() ? value.value<QDBusVariant>().variant() : value;
-    ColourScheme scheme = ColourScheme::NoPreference; // what the portal asks to take unknown values for
-    if (inner.toUInt() == static_cast<unsigned>(ColourScheme::PrefersDark)) {
-        scheme = ColourScheme::PrefersDark;
-    } else if (inner.toUInt() == static_cast<unsigned>(ColourScheme::PrefersLight)) {
-        scheme = ColourScheme::PrefersLight;
-    }
+void TrayColour::setScheme(ColourScheme scheme) {
     if (scheme != _scheme) {
         _scheme = scheme;
         Q_EMIT changed();

@@ -6,6 +6,7 @@
 #pragma once
 
 #include "TrayColourHint.h"
+#include "ui/ColourScheme.h"
 
 #include <QColor>
 #include <QDBusConnection>
@@ -13,9 +14,6 @@
 #include <QObject>
 
 namespace vantrel::ui {
-
-// The values of color-scheme in the portal's Settings interface.
-enum class ColourScheme { NoPreference = 0, PrefersDark = 1, PrefersLight = 2 };
 
 // `announced` is invalid when the tray says nothing; `desktop` is XDG_CURRENT_DESKTOP.
 [[nodiscard]] QColor trayColour(const QColor& announced, const QString& desktop, ColourScheme scheme,
@@ -40,7 +38,7 @@ private Q_SLOTS:
 
 private:
     void askForScheme(QDBusConnection bus);
-    void setScheme(const QVariant& value);
+    void setScheme(ColourScheme scheme);
 
     TrayColourHint _hint;
     ColourScheme _scheme = ColourScheme::NoPreference;

@@ -1,5 +1,7 @@
 #include "TrayHost.h"
 
+#include "base/MessageValues.h"
+
 #include <QDBusConnection>
 #include <QDBusMessage>
 #include <QDBusPendingCallWatcher>
@@ -59,7 +61,7 @@ void TrayHost::askForHost() {
             if (reply.error().type() != QDBusError::ServiceUnknown) { // usual while the session has no watcher yet
                 qWarning("Get IsStatusNotifierHostRegistered failed: %s", qUtf8Printable(reply.error().message()));
             }
-        } else if (reply.value().variant().toBool()) {
+        } else if (exactly<bool>(reply.value().variant()).value_or(false)) {
             found();
         }
     });

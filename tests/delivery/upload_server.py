@@ -16,7 +16,8 @@ input. A script is a list of steps:
 
 Every line of standard output is a JSON object: {"port": N} first; {"connection": N} as each is accepted; after "head"
 and "request" {"request": {...}} with the connection's number, the request line and the headers as they came, the body's
-length and SHA-256, and the body itself, in base64, up to 1 MiB; and {"closed": N} when a connection is done with.
+length and SHA-256, and the body itself, in base64, up to 1 MiB; {"answers": N, "at": T} before it sends anything, by
+the steady clock in seconds; and {"closed": N} when a connection is done with.
 """
 import base64
 import contextlib
@@ -101,6 +102,7 @@ class Connection:
             elif "receive" in step:
                 self.receive(step["receive"], bytearray(), hashlib.sha256())
             elif "send" in step:
+                tell({"answers": self.number, "at": time.monotonic()})
                 self.peer.sendall(step["send"].encode())
             elif "pause" in step:
                 time.sleep(step["pause"])

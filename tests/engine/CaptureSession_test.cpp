@@ -380,5 +380,16 @@ TEST_F(CaptureSessionTest, ABrokenLoopIsLogged) {
     EXPECT_EQ(alerts(), QStringList(noFramesAlert));
 }
 
+TEST_F(CaptureSessionTest, WhatTheKernelDroppedIsTold) {
+    pcapFaults().dropped = 7;
+    const LogCapture log;
+    ASSERT_TRUE(start());
+    receive();
+    ASSERT_TRUE(runUntil([&] { return session->progress().framesDroppedByKernel == 7; }));
+    session->userDidStop();
+    ASSERT_TRUE(waitIdle());
+    EXPECT_EQ(log.warnings(), QStringList(QStringLiteral("7 of 8 frames were dropped before they could be captured")));
+}
+
 } // namespace
 } // namespace vantrel

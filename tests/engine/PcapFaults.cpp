@@ -12,6 +12,7 @@ void PcapFaults::clear() {
     setRfmon = 0;
     activate = 0;
     loop = false;
+    dropped = 0;
 }
 
 PcapFaults& pcapFaults() {
@@ -33,6 +34,7 @@ int __real_pcap_can_set_rfmon(pcap_t* handle);
 int __real_pcap_set_rfmon(pcap_t* handle, int rfmon);
 int __real_pcap_activate(pcap_t* handle);
 int __real_pcap_loop(pcap_t* handle, int count, pcap_handler callback, u_char* user);
+int __real_pcap_stats(pcap_t* handle, pcap_stat* statistics);
 
 pcap_t* __wrap_pcap_create(const char* source, char* errbuf) {
     if (pcapFaults().create) {
@@ -63,6 +65,13 @@ int __wrap_pcap_activate(pcap_t* handle) {
 
 int __wrap_pcap_loop(pcap_t* handle, int count, pcap_handler callback, u_char* user) {
     return pcapFaults().loop ? PCAP_ERROR : __real_pcap_loop(handle, count, callback, user);
+}
+
+int __wrap_pcap_stats(pcap_t* handle, pcap_stat* statistics) {
+    const int status = __real_pcap_stats(handle, statistics);
+    statistics->ps_drop += pcapFaults().dropped;
+    statistics->ps_recv += pcapFaults().dropped; // libpcap counts the dropped ones among the received
+    return status;
 }
 }
 // NOLINTEND(bugprone-reserved-identifier,readability-identifier-naming)

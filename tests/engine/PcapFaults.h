@@ -13,6 +13,7 @@ struct PcapFaults {
     std::atomic<int> setRfmon = 0;
     std::atomic<int> activate = 0; // any other value is answered in libpcap's place
     std::atomic<bool> loop = false;
+    std::atomic<unsigned> dropped = 0; // frames more that the kernel says to have dropped
 
     void clear();
 };

@@ -5,7 +5,7 @@ import sys
 import faults
 from application import CAPTURE, POLL_MS
 from bus import wait_for
-from delivery_test import REPLY
+from delivery_test import REPLY, reply
 from faults import SAVE_FAILED, WRITE_FAILED, FaultTest, whole_records
 
 SPACE = "1m"
@@ -100,15 +100,19 @@ class Disk(FaultTest):
         self.assertEqual(whole_records(path), frames)
 
     def test_while_uploading(self):
-        """An upload takes no room: it is not disturbed."""
+        """An upload takes no room: on a disk that is full before it begins, it is not disturbed."""
         self.small_file_system(self.captures, "8m")
-        address = self.serve(["request", {"pause": 0.5}, {"send": REPLY}])
+        refused = reply("503 Service Unavailable", {"exceptions": ["Not now"]})
+        address = self.serve(["request", {"send": refused}], ["request", {"pause": 0.5}, {"send": REPLY}])
         program, item = self.begin(CaptureFilesLocation="CloudShark", CloudSharkApplianceURL=address,
                                    CloudSharkApplianceAPIToken="token")
         path = self.capture(item)
         self.stop(program, item)
-        self.assertEqual(self.heard("request")["length"], path.stat().st_size)
+        self.heard("request")
+        self.assertEqual(self.desktop.alert(program)[1], "Not now.")
         filler = self.fill(self.captures)
+        self.desktop.press(program, "Retry")
+        self.assertEqual(self.heard("request")["length"], path.stat().st_size)
         self.wait_for_notification()
         self.assertEqual(self.notifications()[0][0], "Capture successfully uploaded to CloudShark")
         self.assert_nothing_but(filler.name)

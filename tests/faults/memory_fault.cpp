@@ -1,9 +1,11 @@
 // Loaded before the C library: of the allocations of at least VANTREL_FAULT_SIZE bytes, that of the number
-// VANTREL_FAULT_NUMBER (the first is 1) finds no memory, once. Programs that this one starts do not load it.
+// VANTREL_FAULT_NUMBER (the first is 1) finds no memory, once, and the file that asked for it is told of. Programs that
+// this one starts do not load it.
 #include <atomic>
 #include <cerrno>
 #include <cstddef>
 #include <cstdlib>
+#include <cstring>
 #include <dlfcn.h>
 #include <unistd.h>
 
@@ -33,13 +35,17 @@ __attribute__((constructor)) void prepare() {
     ::unsetenv("LD_PRELOAD");
 }
 
-bool fails(std::size_t size) {
+void tell(const char* text) { static_cast<void>(!::write(STDERR_FILENO, text, std::strlen(text))); }
+
+bool fails(std::size_t size, void* caller) {
     const std::size_t least = smallest;
     if (least == 0 || size < least || --remaining != 0) {
         return false;
     }
-    static constexpr char told[] = "fault: no memory\n";
-    static_cast<void>(!::write(STDERR_FILENO, told, sizeof told - 1));
+    Dl_info asking{};
+    tell("fault: no memory for ");
+    tell(::dladdr(caller, &asking) != 0 ? asking.dli_fname : "?");
+    tell("\n");
     errno = ENOMEM;
     return true;
 }
@@ -48,13 +54,17 @@ bool fails(std::size_t size) {
 
 extern "C" {
 
-void* malloc(std::size_t size) { return fails(size) ? nullptr : __libc_malloc(size); }
+void* malloc(std::size_t size) { return fails(size, __builtin_return_address(0)) ? nullptr : __libc_malloc(size); }
 
-void* calloc(std::size_t count, std::size_t size) { return fails(count * size) ? nullptr : __libc_calloc(count, size); }
+void* calloc(std::size_t count, std::size_t size) {
+    return fails(count * size, __builtin_return_address(0)) ? nullptr : __libc_calloc(count, size);
+}
 
-void* realloc(void* memory, std::size_t size) { return fails(size) ? nullptr : __libc_realloc(memory, size); }
+void* realloc(void* memory, std::size_t size) {
+    return fails(size, __builtin_return_address(0)) ? nullptr : __libc_realloc(memory, size);
+}
 
 void* aligned_alloc(std::size_t alignment, std::size_t size) {
-    return fails(size) ? nullptr : __libc_memalign(alignment, size);
+    return fails(size, __builtin_return_address(0)) ? nullptr : __libc_memalign(alignment, size);
 }
 }

@@ -81,6 +81,7 @@ class Steps(FaultTest):
         time.sleep(self.random.uniform(0, seconds))  # the moment itself is what is tried
         program.send_signal(number)
         status = program.wait(15)
+        self.ended = time.monotonic()
         self.left = [path for path in self.captures.glob("*.pcap") if path.stat().st_size > FILE_HEADER]
         self.assertEqual(status, 0 if number == signal.SIGTERM else -number, self.log())
         if tap:
@@ -175,8 +176,12 @@ class Uploads(Steps):
                 "CloudSharkApplianceURL": f"http://127.0.0.1:{json.loads(port)['port']}"}
 
     def received(self, name):
-        requests = [json.loads(line) for line in self.peers[-1].read_text().splitlines() if '"request"' in line]
-        for request in (line["request"] for line in requests):
+        """Whoever has not answered has received nothing: until then the file must be here."""
+        whole_lines = self.peers[-1].read_text().rpartition("\n")[0].splitlines()
+        told = [json.loads(line) for line in whole_lines]
+        if not any("answers" in event and event["at"] <= self.ended for event in told):
+            return 0
+        for request in (event["request"] for event in told if "request" in event):
             if f"filename={name};" in request["line"]:
                 body = self.folder / "body.pcap"
                 body.write_bytes(base64.b64decode(request["body"]))

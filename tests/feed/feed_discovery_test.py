@@ -5,6 +5,7 @@
 The daemon and its bus never see a network but the loopback interface that the namespace has, nor the machine's /run.
 Exit status 77, for skipped, where no namespace can be made or there is no daemon.
 """
+import json
 import os
 import pathlib
 import shutil
@@ -18,6 +19,7 @@ import unittest
 from feed_server import ENDED, LIMIT, NO_SERVICE, NOT_SERVED, beacon, record, run, sending, serving
 
 SKIPPED = 77
+STRANGE_AVAHI = pathlib.Path(__file__).resolve().parent.parent / "support" / "strange_avahi.py"
 INSIDE = "VANTREL_FEED_TEST_NAMESPACE"
 FEED = ""
 FOLDER = None  # of the bus and the daemon
@@ -132,6 +134,49 @@ class WithoutDaemon(unittest.TestCase):
     def test_a_daemon_is_not_needed_with_the_port(self):
         with serving(sending(record(beacon(1)))) as server:
             self.assertEqual(run(FEED, "--once", "--port", str(server.port)).returncode, ENDED)
+
+
+class WithStrangeDaemon(unittest.TestCase):
+    """What calls itself the daemon need not answer as it does."""
+
+    ITEM = ["iisssu", [1, 0, "feed", "_vantrel._tcp", "local", 0]]
+
+    def look(self, **answers):
+        """What vantrel-feed says when these are the answers."""
+        daemon = subprocess.Popen([sys.executable, STRANGE_AVAHI, json.dumps(answers)], stdout=subprocess.PIPE)
+        daemon.stdout.readline()
+        try:
+            done = run(FEED, environment={**os.environ, "LC_ALL": "C.UTF-8"})
+        finally:
+            end(daemon)
+        self.assertEqual(done.returncode, NO_SERVICE)
+        return done.stderr.decode()
+
+    @staticmethod
+    def browser(*signals):
+        return ["o", ["/browser"], *(["/browser", "ServiceBrowser", *signal] for signal in signals)]
+
+    def test_a_browser_that_is_no_object(self):
+        self.assertIn("cannot look for the service", self.look(ServiceBrowserNew=["s", ["/browser"]]))
+
+    def test_items_of_another_signature_are_left_out(self):
+        said = self.look(ServiceBrowserNew=self.browser(
+            ["ItemNew", "", []], ["ItemNew", "s", ["feed"]], ["ItemNew", "uusssu", self.ITEM[1]],
+            ["ItemNew", "iiasssu", [1, 0, ["feed"], "_vantrel._tcp", "local", 0]], ["AllForNow", "", []]))
+        self.assertIn("ItemNew of the signature s was left out", said)
+        self.assertIn("ItemNew of the signature iiasssu was left out", said)
+        self.assertTrue(said.endswith("vantrel-feed: no capture service is published on this computer\n"), said)
+
+    def test_a_failure_without_a_text(self):
+        self.assertIn("Avahi cannot look for the service: \n",
+                      self.look(ServiceBrowserNew=self.browser(["Failure", "ai", [[1]]])))
+
+    def test_a_port_that_is_none(self):
+        place = [1, 0, "feed", "_vantrel._tcp", "local", "host.local", 0, "127.0.0.1"]
+        for kinds, values in (("", []), ("iissssis", place), ("iissssiss", [*place, "80"]), ("iissssisi", [*place, 80]),
+                              ("iissssisq", [*place, 0]), ("q", [80])):
+            said = self.look(ServiceBrowserNew=self.browser(["ItemNew", *self.ITEM]), ResolveService=[kinds, values])
+            self.assertEqual(said, "vantrel-feed: the service \"feed\" cannot be resolved: it has no port\n", kinds)
 
 
 class WithDaemon(unittest.TestCase):

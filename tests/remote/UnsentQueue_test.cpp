@@ -21,7 +21,7 @@ using Mark = std::pair<std::string, int>;
 Mark markOf(const VantrelPacket& packet) {
     const auto& data = packet.data();
     const std::size_t frame = data[2];
-    return {packet.bssid(), (data[frame + 22] | data[frame + 23] << 8) >> 4};
+    return {std::string(packet.bssid()), (data[frame + 22] | data[frame + 23] << 8) >> 4};
 }
 
 Mark mark(int network, int sequence) { return {testing::bssidOf(network), sequence}; }

@@ -3,6 +3,7 @@
 Usage: feed_announced.py <feed_host program>. Starts itself again in namespaces of its own: the daemon is never seen by
 the machine's networks, and everything in there ends with this program.
 """
+import json
 import os
 import shutil
 import subprocess
@@ -13,6 +14,7 @@ import unittest
 
 from feed import Client, Host
 
+STRANGE_AVAHI = os.path.join(os.path.dirname(os.path.abspath(__file__)), "..", "support", "strange_avahi.py")
 BUS_ADDRESS = "unix:path=/run/feed-bus"
 BUS = f"""<!DOCTYPE busconfig PUBLIC "-//freedesktop//DTD D-Bus Bus Configuration 1.0//EN"
   "http://www.freedesktop.org/standards/dbus/1.0/busconfig.dtd">
@@ -212,6 +214,28 @@ class Announced(unittest.TestCase):
         self.addCleanup(client.close)
         self.assertTrue(client.sweep())
         host.ask("stop")
+
+    def strange_daemon(self, **answers):
+        daemon = subprocess.Popen([sys.executable, STRANGE_AVAHI, json.dumps(answers)], stdout=subprocess.PIPE,
+                                  env=ENVIRONMENT)
+        self.addCleanup(self.end, daemon)
+        daemon.stdout.readline()
+
+    def test_a_daemon_that_answers_something_else_leaves_the_port_serving(self):
+        self.strange_daemon(GetState=["i", [2]], GetHostName=["u", [7]])
+        host = self.feed_host()
+        self.until(lambda: "GetHostName failed: the answer is no name" in self.logged(), "the answer is refused")
+        client = Client(host)
+        self.addCleanup(client.close)
+        self.assertTrue(client.sweep())
+
+    def test_a_state_that_is_no_number_is_none(self):
+        self.strange_daemon(GetState=["s", ["2"], ["/", "Server", "StateChanged", "s", ["2"]],
+                                      ["/", "Server", "StateChanged", "is", [2, ""]]],
+                            GetHostName=["s", [""]])
+        self.feed_host()
+        self.until(lambda: "the answer is no name" in self.logged(), "the last signal begins the announcing")
+        self.assertEqual(self.logged().count("the answer is no name"), 1)
 
 
 if __name__ == "__main__":

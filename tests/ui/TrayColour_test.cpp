@@ -8,6 +8,7 @@
 #include <QStandardPaths>
 #include <functional>
 #include <gtest/gtest.h>
+#include <utility>
 #include <vector>
 
 namespace vantrel::ui {
@@ -52,7 +53,7 @@ class Portal : public QObject {
     Q_OBJECT
     Q_CLASSINFO("D-Bus Interface", "org.freedesktop.portal.Settings")
 public:
-    explicit Portal(uint scheme) : _scheme(scheme) {}
+    explicit Portal(QVariant scheme) : _scheme(std::move(scheme)) {}
 
 public Q_SLOTS:
     // The name of the method on the bus.
@@ -63,7 +64,7 @@ public Q_SLOTS:
     }
 
 private:
-    uint _scheme;
+    QVariant _scheme;
 };
 
 // A session bus of the test's own.
@@ -106,7 +107,7 @@ private:
 };
 
 TEST_F(TrayColourOnBus, ReadsTheSchemeAndFollowsIt) {
-    Portal portal(1);
+    Portal portal(1U);
     offer(portal);
     const TrayColour colour(connectAs(QStringLiteral("colour")));
     std::vector<int> seen;
@@ -129,6 +130,32 @@ TEST_F(TrayColourOnBus, ReadsTheSchemeAndFollowsIt) {
     waitFor([&] { return colour.colour().lightness() > 200; });
     set("color-scheme", 7);
     waitFor([&] { return colour.colour() == QApplication::palette().color(QPalette::Active, QPalette::WindowText); });
+}
+
+TEST_F(TrayColourOnBus, AnAnswerOfAnotherSignatureIsNoScheme) {
+    Portal portal(QStringLiteral("2"));
+    offer(portal);
+    const TrayColour colour(connectAs(QStringLiteral("colour")));
+    std::vector<int> seen;
+    QObject::connect(&colour, &TrayColour::changed, &portal, [&] { seen.push_back(colour.colour().lightness()); });
+    const auto tell = [](const QVariantList& arguments) {
+        QDBusMessage change = QDBusMessage::createSignal(QStringLiteral("/org/freedesktop/portal/desktop"),
+                                                         QStringLiteral("org.freedesktop.portal.Settings"),
+                                                         QStringLiteral("SettingChanged"));
+        change.setArguments(arguments);
+        ASSERT_TRUE(QDBusConnection(QStringLiteral("portal")).send(change));
+    };
+    const QString space = QStringLiteral("org.freedesktop.appearance");
+    const QString key = QStringLiteral("color-scheme");
+    tell({});
+    tell({space, key});
+    tell({space, key, QStringLiteral("2")});
+    tell({space, key, QVariant::fromValue(QDBusVariant(QStringList(QStringLiteral("2"))))});
+    tell({space, key, QVariant::fromValue(QDBusVariant(QVariantMap{{key, 2U}}))});
+    tell({2U, 2U, 2U});
+    tell({space, key, QVariant::fromValue(QDBusVariant(1U))}); // behind all the others
+    waitFor([&] { return colour.colour().lightness() > 200; });
+    EXPECT_EQ(seen.size(), 1U);
 }
 
 } // namespace

@@ -1,6 +1,7 @@
 #include "feed/ServiceFinder.h"
 
 #include "feed/SafeText.h"
+#include "feed/ServiceAnswers.h"
 
 #include <QDBusConnection>
 #include <QDBusError>
@@ -110,11 +111,13 @@ void ServiceFinder::handle(const QDBusMessage& message) {
         return;
     }
     if (message.member() == "ItemNew"_L1) {
-        const QString name = message.arguments().value(2).toString();
-        if (!_name.isEmpty() && name != _name) {
-            _others.append(name);
+        const auto item = serviceItemOf(message.arguments());
+        if (!item) {
+            qCWarning(lcFinder, "ItemNew of the signature %s was left out", qUtf8Printable(message.signature()));
+        } else if (!_name.isEmpty() && item->name != _name) {
+            _others.append(item->name);
         } else if (!std::exchange(_resolving, true)) {
-            resolve(message);
+            resolve(*item);
         }
     } else if (message.member() == "AllForNow"_L1) {
         allForNow();
@@ -124,17 +127,14 @@ void ServiceFinder::handle(const QDBusMessage& message) {
     }
 }
 
-void ServiceFinder::resolve(const QDBusMessage& item) {
-    const QVariantList place = item.arguments(); // interface, protocol, name, type, domain, flags
-    const QString name = place.value(2).toString();
-    const QDBusMessage call = serverCall("ResolveService"_L1, {place.value(0), place.value(1), name, place.value(3),
-                                                               place.value(4), protocolIpv4, noFlags});
+void ServiceFinder::resolve(const ServiceItem& item) {
+    const QDBusMessage call = serverCall(
+        "ResolveService"_L1, {item.interface, item.protocol, item.name, item.type, item.domain, protocolIpv4, noFlags});
     auto* watcher = new QDBusPendingCallWatcher(QDBusConnection::systemBus().asyncCall(call), this);
-    connect(watcher, &QDBusPendingCallWatcher::finished, this, [this, watcher, name] {
+    connect(watcher, &QDBusPendingCallWatcher::finished, this, [this, watcher, name = item.name] {
         watcher->deleteLater();
-        const QDBusMessage reply = watcher->reply();
-        const uint port = reply.arguments().value(8).toUInt(); // behind seven of the place and the address
-        if (watcher->isError() || port == 0 || port > 0xFFFF) {
+        const auto port = servicePortOf(watcher->reply().arguments());
+        if (watcher->isError() || !port) {
             fail(QStringLiteral("the service \"%1\" cannot be resolved: %2")
                      .arg(shown(name),
                           watcher->isError() ? shown(watcher->error().message()) : QStringLiteral("it has no port")));
@@ -142,7 +142,7 @@ void ServiceFinder::resolve(const QDBusMessage& item) {
         }
         if (!_ended) {
             end();
-            Q_EMIT found(static_cast<quint16>(port), name);
+            Q_EMIT found(*port, name);
         }
     });
 }

@@ -43,7 +43,6 @@ private:
     [[nodiscard]] QStringList curlArguments() const;
     [[nodiscard]] QByteArray outputOfCurl();
     [[nodiscard]] Outcome outcomeOf(const QByteArray& output) const;
-    [[nodiscard]] Outcome failure(const std::optional<QString>& error) const;
     Q_INVOKABLE void report(); // on this uploader's thread
 
     const SettingsStore& _settings;

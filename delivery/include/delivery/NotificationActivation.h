@@ -22,8 +22,6 @@ public:
     void didActivateNotification(const UserNotification& notification, ActivationType type) override;
 
 private:
-    [[nodiscard]] QString captureUrl(const QString& id) const;
-
     const SettingsStore& _settings;
     FileOpener& _opener;
 };

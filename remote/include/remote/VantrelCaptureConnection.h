@@ -19,9 +19,11 @@
 #include <atomic>
 #include <chrono>
 #include <condition_variable>
+#include <functional>
 #include <memory>
 #include <mutex>
 #include <string>
+#include <string_view>
 #include <thread>
 #include <unordered_map>
 #include <vector>
@@ -42,7 +44,11 @@ class VantrelCaptureConnection final : public QObject, public StreamDelegate {
     Q_OBJECT
 
 public:
-    using PacketTable = std::unordered_map<std::string, VantrelPacket>; // by BSSID
+    // Found by a text that is no std::string too, so that a frame need not make one.
+    struct BssidHash : std::hash<std::string_view> {
+        using is_transparent = void;
+    };
+    using PacketTable = std::unordered_map<std::string, VantrelPacket, BssidHash, std::equal_to<>>; // by BSSID
 
     // All of it is borrowed and outlives the connection.
     struct Surroundings {

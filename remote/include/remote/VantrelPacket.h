@@ -4,9 +4,10 @@
 // FCS) and 9.3.3 (management frames, whose third address is the BSSID).
 #pragma once
 
+#include <array>
 #include <cstdint>
 #include <span>
-#include <string>
+#include <string_view>
 #include <vector>
 
 namespace vantrel {
@@ -31,8 +32,8 @@ public:
     [[nodiscard]] bool isValid() const noexcept { return _isValid; }
     void setIsValid(bool isValid) noexcept { _isValid = isValid; }
 
-    // Like "00:1a:2b:3c:4d:5e"; empty when there is none.
-    [[nodiscard]] const std::string& bssid() const noexcept { return _bssid; }
+    // Like "00:1a:2b:3c:4d:5e", for as long as the packet stays where it is; empty when there is none.
+    [[nodiscard]] std::string_view bssid() const noexcept { return {_bssid.data(), _bssidLength}; }
 
     // Always nothing: the frame's header is not kept apart from its data.
     [[nodiscard]] static constexpr const void* header() noexcept { return nullptr; }
@@ -52,7 +53,8 @@ private:
     std::int64_t _rssi = 0;
     std::int64_t _noise = 0;
     bool _isValid = false;
-    std::string _bssid;
+    std::array<char, 18> _bssid{}; // in the packet itself: a text of this length would be an allocation a frame
+    std::size_t _bssidLength = 0;
 };
 
 } // namespace vantrel

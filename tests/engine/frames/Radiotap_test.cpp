@@ -242,6 +242,14 @@ TEST(RadiotapVendor, passesOverEveryWordUntilTheNextNamespace) {
     EXPECT_EQ(found.endResult, noMore);
 }
 
+TEST(RadiotapVendor, passesOverSeveralWordsOfOneNamespaceAtOnce) {
+    const Bytes fields = vendorDescription(2) + Bytes{0xA1, 0xA2} + Bytes{0x10};
+    const Walk found = walk(radiotapHeader(
+        {bit(30) | bit(31), bit(2) | bit(18) | bit(31), bit(1) | bit(28) | bit(29) | bit(31), bit(1)}, fields));
+    EXPECT_EQ(found.hits, (Hits{{30, 20, 8}, {1, 28, 1}}));
+    EXPECT_EQ(found.endResult, noMore);
+}
+
 TEST(RadiotapVendor, endsTheWalkWhereItDoesNotFit) {
     const Bytes description = vendorDescription(2) + Bytes{0xA1, 0xA2};
     for (std::size_t size = 0; size < description.size(); ++size) {

@@ -23,7 +23,9 @@
 #include <QCoreApplication>
 #include <QDir>
 #include <cstdio>
+#include <functional>
 #include <iostream>
+#include <pthread.h>
 #include <string>
 #include <thread>
 
@@ -89,22 +91,32 @@ public:
     void stopHopping() override {}
 };
 
+// Named as the application's, so that a profile tells the threads apart.
+std::thread startNamedThread(std::function<void()> work) {
+    return std::thread([work = std::move(work)] {
+        ::pthread_setname_np(::pthread_self(), "vantrel-pcap");
+        work();
+    });
+}
+
 class Driver {
 public:
     explicit Driver(CWInterface& airport) : _airport(airport) {
         _settings.registerDefaults(registeredDefaults({}, QDir::currentPath()));
-        _session = std::make_unique<CaptureSession>(CaptureSession::Surroundings{.settings = _settings,
-                                                                                 .airport = airport,
-                                                                                 .flags = _flags,
-                                                                                 .restore = _restore,
-                                                                                 .mainQueue = _mainQueue,
-                                                                                 .timers = *_timers,
-                                                                                 .packetQueue = _packetQueue,
-                                                                                 .view = _spoken,
-                                                                                 .dialogs = _spoken,
-                                                                                 .hopper = _hopper,
-                                                                                 .finalizer = _delivery.finalizer(),
-                                                                                 .desktopFolder = QDir::currentPath()});
+        _session =
+            std::make_unique<CaptureSession>(CaptureSession::Surroundings{.settings = _settings,
+                                                                          .airport = airport,
+                                                                          .flags = _flags,
+                                                                          .restore = _restore,
+                                                                          .mainQueue = _mainQueue,
+                                                                          .timers = *_timers,
+                                                                          .packetQueue = _packetQueue,
+                                                                          .view = _spoken,
+                                                                          .dialogs = _spoken,
+                                                                          .hopper = _hopper,
+                                                                          .finalizer = _delivery.finalizer(),
+                                                                          .desktopFolder = QDir::currentPath(),
+                                                                          .startCaptureThread = startNamedThread});
         const auto offered = offeredDataLinks(_airport);
         _session->setDataLinkType(chooseDataLink(offered, _settings.integerForKey(keys::LinkLayerHeader)));
         _idleCheck = _timers->every(std::chrono::milliseconds(2), [this] { reportIdle(); });

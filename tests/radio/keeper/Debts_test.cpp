@@ -1,4 +1,5 @@
 #include "KeeperFixture.h"
+#include "keeper/DebtText.h"
 
 #include <QDir>
 
@@ -35,8 +36,11 @@ TEST_F(DebtRecordTest, SaysWhatWasWritten) {
 }
 
 TEST_F(DebtRecordTest, WhatCannotBeReadIsLoggedAndRemoved) {
-    for (const char* content : {"", "{", "[1]", R"({"interface":"","raiseLink":true})", R"({"interface":"wlan0"})",
-                                R"({"interface":7,"raiseLink":true})", "\xff\xfe"}) {
+    for (const char* content :
+         {"", "{", "[1]", R"({"interface":"","raiseLink":true})", R"({"interface":"wlan0"})",
+          R"({"interface":7,"raiseLink":true})", "\xff\xfe", R"({"interface":"wlan0\u001b[2J","raiseLink":true})",
+          R"({"interface":"wlan0123456789ab","raiseLink":true})",
+          R"({"interface":"wlan0","address":"\u0001","raiseLink":true})"}) {
         put(content);
         const LogCapture log;
         EXPECT_FALSE(record.take()) << content;
@@ -64,6 +68,23 @@ TEST_F(DebtRecordTest, AFolderInItsPlaceIsAFailureOfEveryStep) {
     const LogCapture log;
     EXPECT_FALSE(record.take());
     EXPECT_TRUE(log.warnings().join(u'\n').startsWith(QStringLiteral("open %1 failed: ").arg(path())));
+}
+
+// What is taken over is written again while it is put back: a text that has grown too long to be read would be lost.
+TEST_F(DebtRecordTest, WhatIsReadCanBeWrittenAgain) {
+    const QByteArray address = R"({"interface":"wlan0","raiseLink":true,"address":")";
+    EXPECT_TRUE(parseDebtText(address + QByteArray(95, ':') + "\"}"));
+    EXPECT_FALSE(parseDebtText(address + QByteArray(96, ':') + "\"}"));
+    const QByteArray devices = R"({"interface":"wlan0","p2pDevices":["1")";
+    EXPECT_TRUE(parseDebtText(devices + QByteArray(R"(,"2")").repeated(63) + "]}"));
+    EXPECT_FALSE(parseDebtText(devices + QByteArray(R"(,"2")").repeated(64) + "]}"));
+    const Debts most{.interfaceName = QString(15, QChar(0x20AC)),
+                     .address = QString(95, QLatin1Char('f')),
+                     .raiseLink = true,
+                     .handBack = true,
+                     .p2pDevices = std::vector<std::uint64_t>(64, ~std::uint64_t{0})};
+    EXPECT_LE(debtText(most).size(), longestDebtText);
+    EXPECT_EQ(parseDebtText(debtText(most)), most);
 }
 
 TEST_F(DebtRecordTest, StandsInTheUsersStateFolder) {

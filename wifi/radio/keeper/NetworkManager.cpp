@@ -1,9 +1,9 @@
 #include "NetworkManager.h"
 
 #include "Logging.h"
+#include "keeper/NetworkManagerAnswers.h"
 
 #include <QDBusConnectionInterface>
-#include <QDBusObjectPath>
 #include <QDBusVariant>
 #include <QVariant>
 
@@ -48,11 +48,7 @@ Expected<QString> NetworkManager::devicePath(const QString& interfaceName) const
     if (!reply) {
         return tl::unexpected(reply.error());
     }
-    const QString path = reply->arguments().value(0).value<QDBusObjectPath>().path();
-    if (path.isEmpty()) {
-        return failure(QStringLiteral("GetDeviceByIpIface"), QStringLiteral("the answer is no object path"));
-    }
-    return path;
+    return devicePathOf(reply->arguments());
 }
 
 Expected<bool> NetworkManager::isManaged(const QString& interfaceName) const {
@@ -72,7 +68,7 @@ Expected<bool> NetworkManager::isManaged(const QString& interfaceName) const {
     if (!reply) {
         return tl::unexpected(reply.error());
     }
-    return reply->arguments().value(0).value<QDBusVariant>().variant().toBool();
+    return managedOf(reply->arguments());
 }
 
 Expected<void> NetworkManager::setManaged(const QString& interfaceName, bool managed) const {

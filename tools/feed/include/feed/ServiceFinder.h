@@ -17,6 +17,8 @@ class QDBusConnection;
 
 namespace vantrel::feed {
 
+struct ServiceItem;
+
 class ServiceFinder : public QObject {
     Q_OBJECT
 
@@ -38,7 +40,7 @@ private Q_SLOTS:
 private:
     void browse();
     void handle(const QDBusMessage& message);
-    void resolve(const QDBusMessage& item);
+    void resolve(const ServiceItem& item);
     void allForNow();
     void fail(const QString& why);
     void end();
