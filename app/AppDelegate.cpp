@@ -227,8 +227,8 @@ void AppDelegate::makeCommands() {
                                                                               .loginItems = *_loginItems,
                                                                               .dialogs = _dialogs,
                                                                               .uploads = *_delivery,
-                                                                              .customChannels = _preferences.get(),
-                                                                              .preferences = _preferences.get(),
+                                                                              .customChannels = *_preferences,
+                                                                              .preferences = *_preferences,
                                                                               .version = _options.version});
     connect(_trayCommands.get(), &TrayCommands::quitRequested, this, &AppDelegate::quitRequested);
 }

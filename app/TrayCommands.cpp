@@ -20,10 +20,6 @@ namespace vantrel {
 namespace {
 Q_LOGGING_CATEGORY(lcMenu, "vantrel.menu")
 
-constexpr char noPreferences[] = QT_TRANSLATE_NOOP("vantrel", "The preferences window is not part of this version.");
-constexpr char noCustomChannels[] =
-    QT_TRANSLATE_NOOP("vantrel", "Choosing channels by hand is not part of this version.");
-
 constexpr char noLaunchAtLogin[] = QT_TRANSLATE_NOOP("vantrel", "Launch at login could not be changed.");
 constexpr char noHelp[] = QT_TRANSLATE_NOOP("vantrel", "The help could not be opened.");
 constexpr char noHelpInfo[] = QT_TRANSLATE_NOOP("vantrel", "No application opens it. The document is %1");
@@ -62,23 +58,14 @@ void TrayCommands::connectCaptures() {
     connect(&_around.menu, &Menu::captureAll2Dot4GHzRequested, this, [&captures] { captures.onCaptureAll2Dot4GHz(); });
     connect(&_around.menu, &Menu::captureAll5GHzRequested, this, [&captures] { captures.onCaptureAll5GHz(); });
     connect(&_around.menu, &Menu::captureAllRequested, this, [&captures] { captures.onCaptureAll(); });
-    if (_around.customChannels == nullptr) {
-        _around.menu.setUnavailable(ui::outlets::captureCustomMenuItem, translated(noCustomChannels));
-        return;
-    }
     connect(&_around.menu, &Menu::captureCustomRequested, this,
-            [&captures, panel = _around.customChannels] { captures.onCaptureCustom(*panel); });
+            [&captures, &panel = _around.customChannels] { captures.onCaptureCustom(panel); });
 }
 
 void TrayCommands::connectWindows() {
     using Menu = ui::StatusMenu;
-    if (_around.preferences == nullptr) {
-        _around.menu.setUnavailable(ui::outlets::preferencesMenuItem, translated(noPreferences));
-        _around.menu.setUnavailable(ui::outlets::configureServicesMenuItem, translated(noPreferences));
-        return;
-    }
-    connect(&_around.menu, &Menu::preferencesRequested, this, [this] { _around.preferences->showPreferences(); });
-    connect(&_around.menu, &Menu::configureServicesRequested, this, [this] { _around.preferences->showServices(); });
+    connect(&_around.menu, &Menu::preferencesRequested, this, [this] { _around.preferences.showPreferences(); });
+    connect(&_around.menu, &Menu::configureServicesRequested, this, [this] { _around.preferences.showServices(); });
 }
 
 void TrayCommands::connectUploads() {

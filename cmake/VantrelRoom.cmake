@@ -11,6 +11,14 @@ if(VANTREL_SANITIZE)
     -fsanitize=${VANTREL_SANITIZE} -fno-omit-frame-pointer -fno-sanitize-recover=all)
   target_link_options(vantrel_flags INTERFACE -fsanitize=${VANTREL_SANITIZE})
 endif()
+if(VANTREL_COVERAGE)
+  add_library(vantrel_coverage STATIC cmake/CoverageOfChildren.cpp)
+  # Threads count at the same time, and programs run in folders of their own.
+  target_compile_options(vantrel_flags INTERFACE
+    -fprofile-arcs -ftest-coverage -fprofile-update=atomic -fprofile-abs-path)
+  target_link_libraries(vantrel_flags INTERFACE vantrel_coverage)
+  target_link_options(vantrel_flags INTERFACE --coverage LINKER:--wrap=execve,--wrap=_exit)
+endif()
 
 # vantrel_room(<name> SOURCES <files…> [LINKS <public…>] [PRIVATE_LINKS <private…>])
 function(vantrel_room name)

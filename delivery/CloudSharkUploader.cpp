@@ -29,6 +29,7 @@ constexpr char timedOut[] = QT_TRANSLATE_NOOP("vantrel", "The request timed out.
 constexpr char connectionLost[] = QT_TRANSLATE_NOOP("vantrel", "The network connection was lost.");
 constexpr char notUnderstood[] = QT_TRANSLATE_NOOP("vantrel", "The server's answer could not be understood.");
 constexpr char fileBecameShorter[] = QT_TRANSLATE_NOOP("vantrel", "The file became shorter while it was uploaded.");
+constexpr char fileUnreadable[] = QT_TRANSLATE_NOOP("vantrel", "The file cannot be read: %1.");
 constexpr char insecureRedirection[] =
     QT_TRANSLATE_NOOP("vantrel", "The server redirected the upload to an insecure address.");
 constexpr char unsupportedRedirection[] =
@@ -204,6 +205,9 @@ QString CloudSharkUploader::failureReason() const {
     const auto error = _reply->error();
     if (_body != nullptr && _body->becameShorter()) {
         return translated(fileBecameShorter);
+    }
+    if (_body != nullptr && !_body->readFailure().isEmpty()) {
+        return translated(fileUnreadable).arg(_body->readFailure());
     }
     if (error == QNetworkReply::RemoteHostClosedError || error == QNetworkReply::UnknownNetworkError ||
         error == QNetworkReply::ContentReSendError) { // it was closed, and the library would have begun once more

@@ -39,8 +39,8 @@ qint64 UploadBody::readData(char* data, qint64 maxSize) {
         count = ::read(_file.get(), data, static_cast<std::size_t>(wanted));
     } while (count < 0 && errno == EINTR);
     if (count < 0) {
-        setErrorString(QString::fromLocal8Bit(std::strerror(errno)));
-        qCWarning(lcDelivery, "read: %s", std::strerror(errno));
+        _readFailure = QString::fromLocal8Bit(std::strerror(errno));
+        qCWarning(lcDelivery, "read: %s", qUtf8Printable(_readFailure));
         return -1;
     }
     if (count == 0) {

@@ -19,6 +19,8 @@ public:
     explicit UploadBody(const QString& path);
 
     [[nodiscard]] bool becameShorter() const { return _becameShorter; }
+    // The system's words; empty while nothing has failed.
+    [[nodiscard]] const QString& readFailure() const { return _readFailure; }
 
     [[nodiscard]] qint64 size() const override { return _size; }
     [[nodiscard]] bool isSequential() const override { return false; }
@@ -34,6 +36,7 @@ private:
     qint64 _size = 0;
     qint64 _read = 0;
     bool _becameShorter = false;
+    QString _readFailure;
 };
 
 } // namespace vantrel

@@ -241,10 +241,6 @@ void StatusMenu::setCapturesEnabled(bool enabled) {
     }
 }
 
-void StatusMenu::setUnavailable(QLatin1StringView outlet, const QString& reason) {
-    setUnavailable(*item(outlet), reason);
-}
-
 void StatusMenu::setUnavailable(QAction& item, const QString& reason) {
     item.setToolTip(reason);
     if (reason.isEmpty()) {

@@ -152,14 +152,6 @@
         <translation>%1 Kanäle sind gewählt.</translation>
     </message>
     <message>
-        <source>The preferences window is not part of this version.</source>
-        <translation>Das Einstellungsfenster ist kein Teil dieser Version.</translation>
-    </message>
-    <message>
-        <source>Choosing channels by hand is not part of this version.</source>
-        <translation>Die Wahl eigener Kanäle ist kein Teil dieser Version.</translation>
-    </message>
-    <message>
         <source>Launch at login could not be changed.</source>
         <translation>Der Start bei der Anmeldung konnte nicht geändert werden.</translation>
     </message>
@@ -784,6 +776,10 @@
     <message>
         <source>The capture has no file.</source>
         <translation>Die Aufzeichnung hat keine Datei.</translation>
+    </message>
+    <message>
+        <source>The file cannot be read: %1.</source>
+        <translation>Die Datei kann nicht gelesen werden: %1.</translation>
     </message>
 </context>
 <context>

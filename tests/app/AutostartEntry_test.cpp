@@ -27,12 +27,25 @@ TEST(AutostartEntry, ReservedCharactersAreQuotedAndThenEscaped) {
 }
 
 TEST(AutostartEntry, WhatIsWrittenReadsBack) {
-    for (const auto* path : {"/usr/bin/vantrel", "/opt/with space/v", "/opt/\"q\" $h `t` \\b\\\\c/v", "/opt/100%f %%/v",
-                             "/opt/tab\there/v", "/opt/\\n\\s/v", "/opt/\xc3\xa9/v", "/opt/new\nline/v"}) {
+    for (const auto* path :
+         {"/usr/bin/vantrel", "/opt/with space/v", "/opt/\"q\" $h `t` \\b\\\\c/v", "/opt/100%f %%/v",
+          "/opt/tab\there/v", "/opt/\\n\\s/v", "/opt/\xc3\xa9/v", "/opt/new\nline/v", "/opt/back\rhere/v"}) {
         const auto executable = QString::fromUtf8(path);
         EXPECT_TRUE(entryLaunches(autostartEntry(executable), executable)) << path;
         EXPECT_FALSE(entryLaunches(autostartEntry(executable), executable + QLatin1Char('x'))) << path;
     }
+}
+
+// Written by others: each way of escaping by itself.
+TEST(AutostartEntry, EscapesOfTheValueAndOfTheArgumentAreToldApart) {
+    EXPECT_TRUE(entryLaunches(R"([Desktop Entry]
+Exec="/opt/with\sspace/v"
+)",
+                              QStringLiteral("/opt/with space/v")));
+    EXPECT_TRUE(entryLaunches(R"([Desktop Entry]
+Exec="/opt/a\"b/v"
+)",
+                              QStringLiteral("/opt/a\"b/v")));
 }
 
 TEST(AutostartEntry, UnquotedWithArgumentsAndSpaces) {

@@ -110,5 +110,16 @@ TEST_F(HelpDocumentTest, TellsWhyItCannotBeUnpacked) {
         << qPrintable(document.error().text());
 }
 
+TEST_F(HelpDocumentTest, TellsWhichFileCannotBeWritten) {
+    const auto document = unpackHelpDocument();
+    ASSERT_TRUE(document);
+    ASSERT_TRUE(QFile::remove(*document));
+    ASSERT_TRUE(QDir().mkpath(*document)); // a folder in its place
+    const auto again = unpackHelpDocument();
+    ASSERT_FALSE(again);
+    EXPECT_TRUE(again.error().text().startsWith(QStringLiteral("write() of %1: ").arg(*document)))
+        << qPrintable(again.error().text());
+}
+
 } // namespace
 } // namespace vantrel::testing

@@ -238,6 +238,17 @@ TEST_F(Tray, HelpThatCannotBeOpenedIsTold) {
     EXPECT_TRUE(alerts.first().startsWith(QStringLiteral("The help could not be opened. | ")));
 }
 
+TEST_F(Tray, HelpThatNoApplicationOpensIsToldWithItsPlace) {
+    startWith(); // the platform of the tests opens nothing
+    answerAlert(QStringLiteral("OK"));
+    const LogCapture log;
+    itemOf(outlets::helpMenuItem).trigger();
+    ASSERT_EQ(alerts.size(), 1);
+    EXPECT_EQ(alerts.first(),
+              QStringLiteral("The help could not be opened. | No application opens it. The document is ") +
+                  path(QStringLiteral("cache/vantrel/help/Help.html")));
+}
+
 TEST_F(Tray, AboutOpensOnePanel) {
     startWith();
     const auto panels = [] {

@@ -1,10 +1,12 @@
 #include "base/MainQueue.h"
 #include "support/EventLoop.h"
 
+#include <QFile>
 #include <QThread>
 #include <atomic>
 #include <gmock/gmock.h>
 #include <thread>
+#include <unistd.h>
 #include <vector>
 
 namespace vantrel {
@@ -65,6 +67,32 @@ TEST(MainQueue, ClosingDropsTasksAndReleasesWhoeverWaits) {
     queue.post([&] { ran = true; });
     QCoreApplication::processEvents();
     EXPECT_FALSE(ran);
+}
+
+// Answers whether the thread, by its number, sleeps in a call of the system.
+bool sleeps(pid_t thread) {
+    QFile file(QStringLiteral("/proc/self/task/%1/stat").arg(thread));
+    if (!file.open(QIODevice::ReadOnly)) {
+        return false;
+    }
+    const QByteArray line = file.readAll();
+    return line.mid(line.lastIndexOf(')') + 2).startsWith('S'); // proc(5)
+}
+
+TEST(MainQueue, ClosingReleasesWhoeverWaitsAlready) {
+    MainQueue queue;
+    std::atomic<pid_t> thread = 0;
+    std::atomic<int> answer = -1;
+    std::thread waiter([&] {
+        thread = ::gettid();
+        answer = queue.postAndWait([] {}) ? 1 : 0;
+    });
+    while (!sleeps(thread)) {
+        std::this_thread::yield();
+    }
+    queue.close();
+    waiter.join();
+    EXPECT_EQ(answer, 0);
 }
 
 // A modal dialogue is a task that runs an event loop: the tasks behind it must not wait for the user.

@@ -185,6 +185,18 @@ TEST_F(CaptureCompletionTest, AFailureAtRotationIsToldOnceAndAgainAtTheEnd) {
     EXPECT_EQ(recorder.events.size(), 2);
 }
 
+TEST_F(CaptureCompletionTest, AFileForWhichTheOthersCannotMoveUpStaysAndReplacesNone) {
+    EXPECT_TRUE(completion.finalizeCaptureFile(fileOfSeveral("a")));
+    ASSERT_TRUE(QDir().mkpath(path(QStringLiteral("desktop/vantrel_x/vantrel_x.002.pcap")))); // a folder in the way
+    EXPECT_FALSE(completion.finalizeCaptureFile(fileOfSeveral("b")));
+    settle();
+    ASSERT_EQ(recorder.events.size(), 1);
+    EXPECT_TRUE(recorder.events.first().contains(
+        QStringLiteral("vantrel_x.002.pcap: Is a directory. The capture file is kept as %1").arg(temporary)));
+    EXPECT_EQ(number("001"), "a");
+    EXPECT_EQ(content(QStringLiteral("tmp/vantrel_x.pcap")), "b");
+}
+
 TEST_F(CaptureCompletionTest, OpensTheFileInTheChosenApplication) {
     settings.setBool(keys::OpenInApplication, true);
     settings.setString(keys::OpenInApplicationPath, QStringLiteral("/apps/reader.desktop"));

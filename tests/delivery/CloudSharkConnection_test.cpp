@@ -1,5 +1,6 @@
 // What becomes of CloudSharkUploader's connections, and of the uploader itself.
 #include "CloudSharkFixture.h"
+#include "FileFaults.h"
 
 #include <QElapsedTimer>
 #include <QEventLoop>
@@ -91,6 +92,14 @@ TEST_F(CloudSharkConnection, APeerThatTakesNothingMoreIsAFailure) {
     EXPECT_THAT(errors(), ElementsAre(QStringLiteral("The request timed out.")));
     ASSERT_FALSE(recorder.progress.empty());
     EXPECT_LT(recorder.progress.back(), 100);
+}
+
+TEST_F(CloudSharkConnection, AFileThatCannotBeReadIsAFailure) {
+    fileFaults().unreadable = path.toStdString();
+    uploadTo({receiveRequest(), answer(R"({"id": 1, "filename": "a"})")});
+    fileFaults().clear();
+    EXPECT_THAT(errors(), ElementsAre(QStringLiteral("The file cannot be read: Input/output error.")));
+    EXPECT_THAT(recorder.uploaded, IsEmpty());
 }
 
 TEST_F(CloudSharkConnection, ShorterSilencesAreNone) {

@@ -48,12 +48,14 @@ TEST_F(CloudSharkReply, ARefusalMaySayAnything) {
                   {receiveRequest(), answer(R"({"exceptions": [null, "x"]})")},
                   {receiveRequest(), answer(R"({"exceptions": [5]})")},
                   {receiveRequest(), answer(R"({"exceptions": [{"a": [1]}]})")},
+                  {receiveRequest(), answer(R"({"exceptions": [["a", 1]]})")},
                   {receiveRequest(), answer(R"({"exceptions": "Invalid token"})")},
                   {receiveRequest(), answer(R"({"exceptions": ["%1 100%"], "id": 1})")},
                   {receiveRequest(), answer(R"({"exceptions": ["x"], "id": null, "filename": null})")}});
-    EXPECT_THAT(errors(), ElementsAre(QStringLiteral("(null)."), QStringLiteral("(null)."), QStringLiteral("5."),
-                                      QStringLiteral("{\"a\":[1]}."), QStringLiteral("Invalid token."),
-                                      QStringLiteral("%1 100%."), QStringLiteral("x.")));
+    EXPECT_THAT(errors(),
+                ElementsAre(QStringLiteral("(null)."), QStringLiteral("(null)."), QStringLiteral("5."),
+                            QStringLiteral("{\"a\":[1]}."), QStringLiteral("[\"a\",1]."),
+                            QStringLiteral("Invalid token."), QStringLiteral("%1 100%."), QStringLiteral("x.")));
     EXPECT_THAT(recorder.failed.back(), applianceFailure(QStringLiteral("x.")));
 }
 

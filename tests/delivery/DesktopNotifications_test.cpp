@@ -82,10 +82,7 @@ protected:
 
     void startServer() {
         _server = std::make_unique<NotificationServer>();
-        auto bus = connectTo(QStringLiteral("server"));
-        ASSERT_TRUE(bus.registerObject(QStringLiteral("/org/freedesktop/Notifications"), _server.get(),
-                                       QDBusConnection::ExportAllSlots | QDBusConnection::ExportAllSignals));
-        ASSERT_TRUE(bus.registerService(QStringLiteral("org.freedesktop.Notifications")));
+        ASSERT_TRUE(_server->serveOn(connectTo(QStringLiteral("server"))));
     }
     // The object first, so that Qt's D-Bus thread has nothing to do with it when it closes the connection.
     void stopServer() {
@@ -285,6 +282,21 @@ TEST_F(DesktopNotificationsTest, ANewServerIsAskedAnewAndKnowsNothingOfTheOld) {
     _server->click(1, contents);
     settle();
     EXPECT_EQ(_delegate.told, QStringList(QStringLiteral("1 c.pcap ")));
+}
+
+TEST_F(DesktopNotificationsTest, AServerThatWasReplacedBeforeItAnsweredIsNotBelieved) {
+    startServer();
+    _server->answersCapabilities = false;
+    startCenter();
+    _center->deliverNotification(notification(QStringLiteral("a.pcap")));
+    ASSERT_TRUE(runUntil([this] { return _server->asked == 1; }));
+    ASSERT_TRUE(connectTo(QStringLiteral("server")).unregisterService(QStringLiteral("org.freedesktop.Notifications")));
+    auto next = std::make_unique<NotificationServer>(QStringList()); // shows no actions, and says so
+    ASSERT_TRUE(next->serveOn(connectTo(QStringLiteral("next"))));
+    _server->answerLate(); // behind the bus's word that the name has another owner
+    EXPECT_TRUE(runUntil([&next] { return next->shown.size() == 1; }) && next->shown.first().actions.isEmpty());
+    next.reset();
+    QDBusConnection::disconnectFromBus(QStringLiteral("next"));
 }
 
 TEST_F(DesktopNotificationsTest, WhatTheDelegateDoesNotWantIsNotShown) {

@@ -1,6 +1,7 @@
 #include "delivery/LeftoverCaptures.h"
 
 #include "CompletionFixture.h"
+#include "support/LogCapture.h"
 
 #include <QDateTime>
 
@@ -77,6 +78,17 @@ TEST_F(LeftoverCapturesTest, AListThatAKilledRunHasNotFinishedGoes) {
     start();
     EXPECT_EQ(QDir(path(QStringLiteral("tmp"))).entryList(QDir::Files | QDir::Hidden).join(u' ').toStdString(),
               ".offered vantrel_a.pcap");
+}
+
+TEST_F(LeftoverCapturesTest, ThoseThatCannotBeRememberedAreOfferedAgain) {
+    leave(QStringLiteral("vantrel_a.pcap"));
+    ASSERT_TRUE(QDir().mkpath(path(QStringLiteral("tmp/.offered")))); // a folder in the list's place
+    for (int starts = 1; starts <= 2; ++starts) {
+        const LogCapture log;
+        start();
+        EXPECT_EQ(recorder.notifications.size(), 1U);
+        EXPECT_TRUE(log.warnings().join(u'\n').startsWith(path(QStringLiteral("tmp/.offered: "))));
+    }
 }
 
 TEST_F(LeftoverCapturesTest, WithoutTheFolderNothingHappens) {

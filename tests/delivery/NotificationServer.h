@@ -9,6 +9,7 @@
 #include <QStringList>
 #include <QVariantMap>
 #include <memory>
+#include <utility>
 
 namespace vantrel::testing {
 
@@ -27,15 +28,27 @@ public:
         int expires = 0;
     };
 
+    NotificationServer() = default;
+    explicit NotificationServer(QStringList offered) : capabilities(std::move(offered)) {}
+
     QStringList capabilities{QStringLiteral("body"), QStringLiteral("actions")};
     bool knowsItsCapabilities = true; // else it refuses to say
     bool refuses = false;
     bool answersCapabilities = true;
     bool answersNotify = true;
 
+    // Answers the last question for the capabilities that was left without an answer.
+    void answerLate() { _asking.send(_question.createReply(QVariant(capabilities))); }
+
     int asked = 0;             // for the capabilities
     QList<Notification> shown; // from id 1
     QList<uint> closed;
+
+    [[nodiscard]] bool serveOn(QDBusConnection bus) {
+        return bus.registerObject(QStringLiteral("/org/freedesktop/Notifications"), this,
+                                  QDBusConnection::ExportAllSlots | QDBusConnection::ExportAllSignals) &&
+               bus.registerService(QStringLiteral("org.freedesktop.Notifications"));
+    }
 
     // What a user does.
     void click(uint id, const QString& key, const QString& token = {}) {
@@ -50,6 +63,8 @@ public Q_SLOTS:
     QStringList GetCapabilities() { // NOLINT(readability-identifier-naming): these names are those of the bus
         ++asked;
         setDelayedReply(!answersCapabilities);
+        _question = message();
+        _asking = connection();
         if (!knowsItsCapabilities) {
             sendErrorReply(QDBusError::UnknownMethod, QStringLiteral("no such method"));
         }
@@ -72,6 +87,10 @@ Q_SIGNALS:
     void ActionInvoked(uint id, const QString& key);     // NOLINT(readability-identifier-naming)
     void ActivationToken(uint id, const QString& token); // NOLINT(readability-identifier-naming)
     void NotificationClosed(uint id, uint reason);       // NOLINT(readability-identifier-naming)
+
+private:
+    QDBusMessage _question;
+    QDBusConnection _asking{QString()};
 };
 
 } // namespace vantrel::testing

@@ -4,6 +4,7 @@
 #include <QEventLoop>
 #include <QFileInfo>
 #include <QPointer>
+#include <sys/mount.h>
 
 namespace vantrel {
 namespace {
@@ -93,6 +94,21 @@ TEST_F(UploadSuccess, RemovesTheUploadedFileAloneAndOnlyFromTheTemporaryFolder) 
     }
     EXPECT_EQ(user.notifications.size(), 4U);
     EXPECT_EQ(user.notifications.front().subtitle, QStringLiteral("other.pcap"));
+}
+
+TEST_F(UploadSuccess, OfAFileThatCannotBeRemovedIsAnnouncedAndLogged) {
+    if (::mount("tmpfs", qPrintable(temporaryFolder), "tmpfs", 0, "size=64k") != 0) {
+        GTEST_SKIP() << "mounting a file system needs CAP_SYS_ADMIN";
+    }
+    const QString path = write(QStringLiteral("temporary/a.pcap"), "x");
+    ASSERT_EQ(::mount(nullptr, qPrintable(temporaryFolder), nullptr, MS_REMOUNT | MS_RDONLY, nullptr), 0);
+    UploadServer server({{receiveRequest(), answer(cloudSharkSuccess)}});
+    serveFrom(server);
+    outcome->uploadToCloudShark(path);
+    EXPECT_TRUE(waitForAll());
+    ::umount2(qPrintable(temporaryFolder), MNT_DETACH);
+    EXPECT_EQ(user.notifications.size(), 1U);
+    EXPECT_EQ(log.warnings(), QStringList(QStringLiteral("%1 stays where it is: Read-only file system").arg(path)));
 }
 
 TEST_F(UploadSuccess, WithoutATemporaryFolderRemovesNothing) {

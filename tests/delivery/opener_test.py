@@ -138,6 +138,12 @@ class WithFileManager(OpenerTest):
         self.probe.order("folder", str(self.file))
         self.probe.wait_for("failed", count=3)
         self.assert_failed("Failed to open folder.", f'"{self.file}" is not a folder.')
+        ring = self.folder / "ring"
+        ring.symlink_to(ring)
+        self.probe.order("folder", str(ring))
+        self.probe.wait_for("failed", count=4)
+        self.assert_failed("Failed to open folder.",
+                           f'The folder "{ring}" cannot be reached: Too many levels of symbolic links.')
         self.probe.order("folder", str(self.captures))
         wait_for(lambda: manager.calls, "the file manager to be called")
         self.assertEqual([call[0] for call in manager.calls], ["ShowFolders"])

@@ -1,5 +1,6 @@
 #include "engine/TemporaryFolder.h"
 
+#include "SmallFileSystem.h"
 #include "support/LogCapture.h"
 
 #include <QDir>
@@ -72,6 +73,19 @@ TEST_F(TemporaryFolderTest, SomebodyElsesFolderIsRefused) {
     ASSERT_FALSE(refused);
     EXPECT_EQ(refused.error().why, QStringLiteral("belongs to another user"));
     EXPECT_EQ(temporaryFolder().value(), other);
+}
+
+TEST_F(TemporaryFolderTest, AFolderThatTakesNothingIsPassedBy) {
+    const testing::SmallFileSystem place(usual, "mode=0700");
+    if (!place.isMounted() || ::mount(nullptr, qPrintable(usual), nullptr, MS_REMOUNT | MS_RDONLY, nullptr) != 0) {
+        GTEST_SKIP() << "mounting a file system needs CAP_SYS_ADMIN";
+    }
+    const auto refused = preparePrivateFolder(usual);
+    ASSERT_FALSE(refused);
+    EXPECT_EQ(refused.error().text(), usual + QStringLiteral(": Read-only file system"));
+    const testing::LogCapture log;
+    EXPECT_EQ(temporaryFolder().value(), other);
+    EXPECT_EQ(log.warnings(), QStringList(QStringLiteral("temporary folder refused: ") + refused.error().text()));
 }
 
 TEST_F(TemporaryFolderTest, ThoseThatExistAndAreSafeAreListed) {

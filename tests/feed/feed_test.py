@@ -13,6 +13,7 @@ import struct
 import subprocess
 import sys
 import tempfile
+import threading
 import time
 import unittest
 
@@ -199,6 +200,30 @@ class Ends(unittest.TestCase):
         def serve(client):
             client.setsockopt(socket.SOL_SOCKET, socket.SO_LINGER, struct.pack("ii", 1, 0))
         self.assertEqual(feed(serve, "--json").returncode, NOT_SERVED)
+
+    def test_reset_in_the_middle(self):
+        shown = threading.Event()
+
+        def serve(client):
+            client.sendall(stream(SWEEP))
+            self.assertTrue(shown.wait(LIMIT))
+            client.setsockopt(socket.SOL_SOCKET, socket.SO_LINGER, struct.pack("ii", 1, 0))
+        with serving(serve) as server, subprocess.Popen([FEED, "--json", "--port", str(server.port)],
+                                                        stdout=subprocess.PIPE, stderr=subprocess.PIPE) as process:
+            self.assertTrue(process.stdout.readline())
+            shown.set()
+            told = process.communicate(timeout=LIMIT)[1]
+        self.assertEqual((process.returncode, told.decode()),
+                         (FAILED, "vantrel-feed: the service ended the connection\n"))
+
+    def test_the_disk_of_the_output_is_full(self):
+        for arguments in (["--json"], ["--pcap"], []):
+            with self.subTest(arguments=arguments), serving(sending(stream(SWEEP))) as server, \
+                    open("/dev/full", "wb") as full:
+                done = subprocess.run([FEED, "--once", "--port", str(server.port), *arguments], stdout=full,
+                                      stderr=subprocess.PIPE, timeout=LIMIT, check=False)
+                self.assertEqual((done.returncode, done.stderr.decode()),
+                                 (FAILED, "vantrel-feed: write: No space left on device\n"))
 
     def test_the_service_ends(self):
         done = feed(sending(stream(SWEEP), stay=False))

@@ -17,6 +17,8 @@ enum FakeRequest {
     Rename = 110,      // announces another network and access point, then answers
     LeaveHeir = 111,   // ends with exit status 5, but a child of it keeps the socket open for 3 s
     BeginLate = 112,   // and answers; the next monitor mode begins only after 2 s
+    BeginBlank = 113,  // and answers; the next monitor mode has a device without a name
+    CloseEarly = 114,  // closes its socket, and ends 1.5 s later
 };
 
 } // namespace vantrel::testing

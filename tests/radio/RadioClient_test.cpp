@@ -229,5 +229,13 @@ TEST_F(RadioClientTest, AProcessThatTakesItsTimeIsNoError) {
     EXPECT_EQ(adapter().interfaceName(), QStringLiteral("fake0"));
 }
 
+TEST_F(RadioClientTest, AMonitorModeWithoutADeviceIsNone) {
+    start("good");
+    ASSERT_TRUE(request(BeginBlank));
+    const auto begun = adapter().beginMonitorMode();
+    ASSERT_FALSE(begun);
+    EXPECT_EQ(begun.error().text(), QStringLiteral("beginMonitorMode: vantrel-radio has named no device"));
+}
+
 } // namespace
 } // namespace vantrel::testing

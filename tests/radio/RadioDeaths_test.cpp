@@ -124,6 +124,42 @@ TEST_F(RadioDeathsTest, AProcessThatOnlyClosesItsSocketIsWaitedFor) {
     ASSERT_TRUE(waitForAnother(former));
 }
 
+// Nobody waits for an answer all that time, but one owns the radio.
+TEST_F(RadioDeathsTest, AProcessThatTakesItsTimeBehindItsSocketIsWaitedForToo) {
+    start("counted", _record);
+    const int former = processId();
+    const auto closed = request(CloseEarly);
+    ASSERT_FALSE(closed);
+    EXPECT_EQ(closed.error().text(), QStringLiteral("setWLANChannel: vantrel-radio has closed its socket"));
+    EXPECT_TRUE(exists(former));
+    EXPECT_EQ(starts(), 1);
+    ASSERT_TRUE(waitForAnother(former));
+    EXPECT_FALSE(exists(former));
+}
+
+// As when a package is replaced while the application runs.
+TEST_F(RadioDeathsTest, AProgramThatIsGoneForAWhileIsStartedWhenItIsBack) {
+    auto options = RadioTest::options("good");
+    options.restartPause = 50ms;
+    const QTemporaryDir folder;
+    const QString original = options.program;
+    options.program = folder.filePath(QStringLiteral("vantrel-radio"));
+    ASSERT_TRUE(QFile::copy(original, options.program));
+    start(options);
+    const int former = processId();
+    ASSERT_TRUE(QFile::remove(options.program));
+    EXPECT_FALSE(request(Die));
+    const QString missing = QStringLiteral("posix_spawn(%1): No such file or directory").arg(options.program);
+    ASSERT_TRUE(runUntil([this, &missing] {
+        const auto power = adapter().setPower(true);
+        return !power && power.error().why.contains(missing);
+    }));
+    EXPECT_TRUE(adapter().interfaceName().isEmpty());
+    ASSERT_TRUE(QFile::copy(original, options.program));
+    ASSERT_TRUE(waitForAnother(former));
+    EXPECT_TRUE(adapter().setPower(true));
+}
+
 TEST_F(RadioDeathsTest, ASocketThatOutlivesItsProcessDeceivesNobody) {
     start("good");
     const int former = processId();

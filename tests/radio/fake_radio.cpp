@@ -121,11 +121,18 @@ private:
             ::close(_socket.descriptor());
             pause(300);
             std::_Exit(0);
+        case CloseEarly:
+            ::close(_socket.descriptor());
+            pause(1500);
+            std::_Exit(0);
         case SayGarbage:
             sayGarbage();
             break;
         case BeginLate:
             _beginTime = 2000;
+            break;
+        case BeginBlank:
+            _deviceName.clear();
             break;
         case Flood:
             for (int i = 0; i < 20001; ++i) {
@@ -193,7 +200,7 @@ private:
         _monitoring = true;
         _state.mode = CWInterfaceMode::Monitor;
         announceState();
-        send(number, Done{{}, {}, request.probe ? QStringLiteral("probe0") : QStringLiteral("vantrel0")});
+        send(number, Done{{}, {}, request.probe ? QStringLiteral("probe0") : _deviceName});
     }
 
     void obey(std::uint32_t number, const EndMonitor& /*request*/) {
@@ -212,6 +219,7 @@ private:
     State _state;
     bool _monitoring = false;
     int _beginTime = 0; // ms
+    QString _deviceName = QStringLiteral("vantrel0");
 };
 
 void appendLine(const char* path) {

@@ -149,23 +149,23 @@ TEST(StatusMenu, UploadsAreEnabledForConfiguredServices) {
     EXPECT_TRUE(menu.item(outlets::configureServicesMenuItem)->isEnabled());
 }
 
-TEST(StatusMenu, UnavailableItemsStayDisabledAndSayWhy) {
+TEST(StatusMenu, SubmenusWithoutChannelsStayDisabledAndSayWhy) {
     StatusMenu menu;
     menu.updateStatusMenu(associated());
-    const QString reason = QStringLiteral("Not yet.");
-    menu.setUnavailable(outlets::captureCustomMenuItem, reason);
+    const std::vector<CWChannel> channels{{6, bandTwoDotFourGHz, width20MHz}};
+    const QAction* submenu = menu.item(outlets::captureOther2Dot4GHzSubmenuItem);
+    menu.populateCaptureOtherSubmenus({});
     menu.enableCaptures();
-    const QAction* custom = menu.item(outlets::captureCustomMenuItem);
-    EXPECT_FALSE(custom->isEnabled());
-    EXPECT_EQ(custom->toolTip(), reason);
-    menu.setUnavailable(outlets::captureCustomMenuItem, {});
-    EXPECT_TRUE(custom->isEnabled());
-    EXPECT_NE(custom->toolTip(), reason);
+    EXPECT_FALSE(submenu->isEnabled());
+    EXPECT_EQ(submenu->toolTip(), QStringLiteral("This adapter has no channels in this band."));
+    menu.populateCaptureOtherSubmenus(channels);
+    EXPECT_TRUE(submenu->isEnabled());
+    EXPECT_NE(submenu->toolTip(), QStringLiteral("This adapter has no channels in this band."));
 
     menu.disableCaptures();
-    menu.setUnavailable(outlets::captureCustomMenuItem, reason);
-    menu.setUnavailable(outlets::captureCustomMenuItem, {});
-    EXPECT_FALSE(custom->isEnabled()) << "captures are disabled still";
+    menu.populateCaptureOtherSubmenus({});
+    menu.populateCaptureOtherSubmenus(channels);
+    EXPECT_FALSE(submenu->isEnabled()) << "captures are disabled still";
 }
 
 TEST(StatusMenu, LaunchAtLoginAnnouncesTheNewMark) {

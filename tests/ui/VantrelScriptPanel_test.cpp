@@ -1,6 +1,7 @@
 #include "ui/VantrelScriptPanel.h"
 
 #include "ScriptPanelFixture.h"
+#include "ScriptTexts.h"
 #include "support/LogCapture.h"
 
 #include <QKeyEvent>
@@ -222,6 +223,12 @@ TEST_F(VantrelScriptPanelTest, EveryPartHasItsNameAndPlace) {
     EXPECT_EQ(order.join(u' ').toStdString(), "scriptsPopUpButton chooseButton outputTextView runButton");
     EXPECT_LT(panel->minimumSizeHint().height(), panel->height());
     EXPECT_GT(panel->maximumWidth(), 5000) << "it can be made larger";
+}
+
+TEST(ScriptTexts, OutputBeyondAMillionCharactersIsCounted) {
+    const QString million(1'000'000, u'x');
+    EXPECT_EQ(shownOutput(million), million);
+    EXPECT_EQ(shownOutput(million + QStringLiteral("yz")), million + QStringLiteral("\n… and 2 characters more."));
 }
 
 } // namespace

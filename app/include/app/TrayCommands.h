@@ -42,7 +42,7 @@ public:
 class TrayCommands final : public QObject {
     Q_OBJECT
 public:
-    // All of it is borrowed and outlives this object. Commands whose receiver is missing cannot be chosen, and say why.
+    // All of it is borrowed and outlives this object.
     struct Surroundings {
         ui::StatusMenu& menu;
         TrayDisplay& display;
@@ -52,8 +52,8 @@ public:
         LoginItems& loginItems;
         UserDialogs& dialogs;
         CaptureUploads& uploads;
-        CustomChannelsPanel* customChannels = nullptr;
-        PreferencesOpener* preferences = nullptr;
+        CustomChannelsPanel& customChannels;
+        PreferencesOpener& preferences;
         QString version; // for the about panel
     };
 

@@ -27,8 +27,6 @@ from system import attempt, check, processes, run, wait_for
 
 # What each machine carries out, and who manages its adapter.
 MACHINES = {"supplicant": (Supplicant, (stack, reading, joined, tuning, feed, ends)),
-            "manager": (Manager, (stack, joined, ends, desktop_menu))}
-MACHINES = {"supplicant": (Supplicant, (stack, reading, joined, tuning, ends)),
             "manager": (Manager, (stack, joined, ends, desktop_menu)),
             "package": (Supplicant, (installed,))}
 ADAPTER, RADIO = "wlan2", 2
@@ -97,6 +95,16 @@ def mount(kept):
         run("mount", "-t", "tmpfs", "tmp", "/tmp")
 
 
+def keep_counters(build, share):
+    """What the programs have counted in a build that measures coverage: they write it into the build's own folder."""
+    for path in build.rglob("*.gcda"):
+        if path.stat().st_size == 0:
+            continue  # never run
+        kept = share / "counters" / path.relative_to(build)
+        kept.parent.mkdir(parents=True, exist_ok=True)
+        shutil.copy(path, kept)
+
+
 def main():
     machine, tree, build, share = sys.argv[1], *map(Path, sys.argv[2:5])
     word = sys.argv[6] if sys.argv[5:6] == ["--only"] else ""
@@ -116,6 +124,7 @@ def main():
         if not results.carry_out(wanted, lab):
             failed += 1
             lab.recover()
+    keep_counters(build, share)
     return 1 if failed else 0
 
 

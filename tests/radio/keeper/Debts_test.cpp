@@ -51,6 +51,25 @@ TEST_F(DebtRecordTest, WhatCannotBeReadIsLoggedAndRemoved) {
     }
 }
 
+// As anything that is no file would, and not for root alone.
+TEST_F(DebtRecordTest, AFolderInItsPlaceIsAFailureOfEveryStep) {
+    ASSERT_TRUE(QDir().mkpath(path()));
+    const Debts debts{.interfaceName = QStringLiteral("wlan0"),
+                      .address = {},
+                      .raiseLink = true,
+                      .handBack = false,
+                      .p2pDevices = {}};
+    const auto written = record.write(debts);
+    ASSERT_FALSE(written);
+    EXPECT_TRUE(written.error().what.endsWith(path())) << qPrintable(written.error().text());
+    const auto removed = record.remove();
+    ASSERT_FALSE(removed);
+    EXPECT_EQ(removed.error().what, QStringLiteral("remove ") + path());
+    const LogCapture log;
+    EXPECT_FALSE(record.take());
+    EXPECT_TRUE(log.warnings().join(u'\n').startsWith(QStringLiteral("open %1 failed: ").arg(path())));
+}
+
 // What is taken over is written again while it is put back: a text that has grown too long to be read would be lost.
 TEST_F(DebtRecordTest, WhatIsReadCanBeWrittenAgain) {
     const QByteArray address = R"({"interface":"wlan0","raiseLink":true,"address":")";

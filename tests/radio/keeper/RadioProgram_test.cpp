@@ -89,5 +89,13 @@ TEST_F(RadioProgramTest, TwoNeverDriveTheAdapterAtOnce) {
     expectEnd(0);
 }
 
+TEST_F(RadioProgramTest, WithoutItsLockItDrivesNothing) {
+    ASSERT_TRUE(QDir(folder.path()).mkpath(QStringLiteral("vantrel/radio.lock"))); // a folder in its place
+    start();
+    expectEnd(4);
+    const QByteArray lock = QFile::encodeName(folder.filePath(QStringLiteral("vantrel/radio.lock")));
+    EXPECT_EQ(program.readAll(), "vantrel-radio: open " + lock + ": Is a directory\n");
+}
+
 } // namespace
 } // namespace vantrel::testing

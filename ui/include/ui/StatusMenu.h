@@ -62,9 +62,6 @@ public:
     void disableCaptures() { setCapturesEnabled(false); }
     // The upload commands.
     void validate(bool isCloudSharkConfigured, bool isMojoPacketsConfigured);
-    // Keeps an item disabled, whatever else would enable it, with the reason as its tool tip; an empty reason lifts
-    // that.
-    void setUnavailable(QLatin1StringView outlet, const QString& reason);
 
     bool eventFilter(QObject* watched, QEvent* event) override;
 
@@ -115,6 +112,8 @@ private:
     QAction* newChoice(QMenu& menu, const QString& title, int value);
     void fillCaptureOther(QMenu& menu, int band, const std::vector<CWChannel>& sorted);
 
+    // Keeps an item disabled, whatever else would enable it, with the reason as its tool tip; an empty reason lifts
+    // that.
     void setUnavailable(QAction& item, const QString& reason);
     void setItemEnabled(QAction* item, bool enabled);
     void setCapturesEnabled(bool enabled);
