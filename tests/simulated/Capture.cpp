@@ -65,12 +65,16 @@ Capture::Capture(MonitorMode& monitor) {
         return;
     }
     std::FILE* file = ::fdopen(monitor.takeStream().release(), "r");
+    if (file != nullptr) {
+        // What poll() sees must not hide in a buffer. Before the first reading: what a buffer holds already would be
+        // lost.
+        std::setvbuf(file, nullptr, _IONBF, 0);
+    }
     char reason[PCAP_ERRBUF_SIZE] = "no stream";
     _handle.reset(file == nullptr ? nullptr : ::pcap_fopen_offline(file, reason));
     if (!_handle) {
         throw std::runtime_error(reason);
     }
-    std::setvbuf(file, nullptr, _IONBF, 0); // what poll() sees must not hide in a buffer
     _descriptor = ::fileno(file);
     _stream = true;
 }
