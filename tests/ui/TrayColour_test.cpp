@@ -55,11 +55,14 @@ class Portal : public QObject {
 public:
     explicit Portal(QVariant scheme) : _scheme(std::move(scheme)) {}
 
+    int reads = 0;
+
 public Q_SLOTS:
     // The name of the method on the bus.
     Q_SCRIPTABLE QDBusVariant Read(const QString& space, const QString& key) { // NOLINT(readability-identifier-naming)
         EXPECT_EQ(space, QStringLiteral("org.freedesktop.appearance"));
         EXPECT_EQ(key, QStringLiteral("color-scheme"));
+        ++reads;
         return QDBusVariant(QVariant::fromValue(QDBusVariant(_scheme)));
     }
 
@@ -145,6 +148,7 @@ TEST_F(TrayColourOnBus, AnAnswerOfAnotherSignatureIsNoScheme) {
         change.setArguments(arguments);
         ASSERT_TRUE(QDBusConnection(QStringLiteral("portal")).send(change));
     };
+    waitFor([&] { return portal.reads == 1; }); // the answer goes ahead of what is told from here on
     const QString space = QStringLiteral("org.freedesktop.appearance");
     const QString key = QStringLiteral("color-scheme");
     tell({});
