@@ -46,7 +46,7 @@ class VantrelCaptureConnection final : public QObject, public StreamDelegate {
 public:
     // Found by a text that is no std::string too, so that a frame need not make one.
     struct BssidHash : std::hash<std::string_view> {
-        using is_transparent = void;
+        using is_transparent = void; // NOLINT(readability-identifier-naming): the library asks for this name
     };
     using PacketTable = std::unordered_map<std::string, VantrelPacket, BssidHash, std::equal_to<>>; // by BSSID
 
