@@ -13,7 +13,8 @@ SAMPLES_A_SECOND = 4999
 SHOWN = 12
 THREADS = {"vantrel-pcap": "capture", "vantrel-queue": "queue", "session_driver": "main"}
 # A sample in the kernel counts for what it was entered for.
-ENTRIES = ((re.compile(r"(?:__x64_sys_|__arm64_sys_|ksys_)(\w+)"), "{}()"), (re.compile(r"asm_exc_page_fault|el0_da"), "page faults"),
+ENTRIES = ((re.compile(r"(?:__x64_sys_|__arm64_sys_|ksys_)(\w+)"), "{}()"),
+           (re.compile(r"asm_exc_page_fault|el0_da"), "page faults"),
            (re.compile(r"asm_\w*interrupt|el0_irq"), "interrupts"))
 FRAME = re.compile(r"^\s+[0-9a-f]+ (.+?)(?:\+0x[0-9a-f]+)? \((.+?)\)$")
 REASON = """\
@@ -34,26 +35,24 @@ does not export. The three largest costs, and what was done about each:
 
 
 class Sampler:
-    """perf beside one process, from its making to samples()."""
+    """perf beside one process, from its making to take()."""
 
     def __init__(self, pid, path):
         self.path = path
+        self.found = Counter()  # how often each function of each thread was met
         self.perf = subprocess.Popen(["perf", "record", "-q", "-g", "-o", path, "-e", "cpu-clock", "-F",
                                       str(SAMPLES_A_SECOND), "-p", str(pid)], stderr=subprocess.PIPE, text=True)
 
-    def samples(self):
-        """How often each function of each thread was met."""
+    def take(self):
         self.perf.send_signal(signal.SIGINT)
         said = self.perf.communicate(timeout=60)[1]
-        found = Counter()
         for sample in output_of("perf", "script", "-i", self.path, "-F", "comm,ip,sym,symoff,dso").split("\n\n"):
             thread, *lines = sample.strip("\n").split("\n")
             frames = [match.groups() for match in map(FRAME.match, lines) if match]
             if frames:
-                found[THREADS.get(thread.strip(), thread.strip()), work(frames)] += 1
-        if not found:
+                self.found[THREADS.get(thread.strip(), thread.strip()), work(frames)] += 1
+        if not self.found:
             raise Failed(f"perf recorded nothing: {said}")
-        return found
 
 
 def work(frames):
@@ -70,21 +69,17 @@ def work(frames):
 
 
 def sampled(build):
-    """One capture of live.FRAMES frames; the samples of it, and how many frames it kept."""
-    folder = build / "bench/live"
-    shutil.rmtree(folder, ignore_errors=True)
-    folder.mkdir(parents=True)
-    air = live.Air(build)
+    """The samples of one capture of live.FRAMES frames, and its outcome."""
+    path = build / "bench/perf.data"
     samplers = []
-    try:
-        capture = live.vantrel(build / "tests/engine/live/session_driver",
-                               watched=lambda pid: samplers.append(Sampler(pid, folder / "perf.data")),
-                               before_stop=lambda: samplers.append(samplers[0].samples()))
-        outcome = capture(air, folder, 0)
-        return samplers[1], outcome
-    finally:
-        air.close()
-        shutil.rmtree(folder)
+
+    def watch(pid):
+        samplers.append(Sampler(pid, path))
+        return samplers[0].take
+    capture = live.vantrel(build / "tests/engine/live/session_driver", watch=watch)
+    outcome = live.alternated(build, {"Vantrel": capture}, 0, 1)["Vantrel"][0]
+    path.unlink()
+    return samplers[0].found, outcome
 
 
 def section(build):

@@ -72,8 +72,8 @@ def peer(command, ready, dropped):
     return capture
 
 
-def vantrel(driver, slicing=False, buffer=None, watched=None, before_stop=None):
-    """A capture with ours. `watched` is told its process before the frames are sent; `before_stop` is called after."""
+def vantrel(driver, slicing=False, buffer=None, watch=None):
+    """A capture with ours. `watch` is told its process before the frames are sent; what it answers is called after."""
     def capture(air, folder, rate):
         settings = folder / "config/vantrel/settings.json"
         settings.parent.mkdir(parents=True)
@@ -86,13 +86,12 @@ def vantrel(driver, slicing=False, buffer=None, watched=None, before_stop=None):
         program.hear("^ready 127")
         program.tell("start")
         program.hear("^capturing")
-        if watched:
-            watched(program.process.pid)
+        watched = watch(program.process.pid) if watch else None
         program.mark()
         seconds = air.send(rate)
         time.sleep(QUIET)
-        if before_stop:
-            before_stop()
+        if watched:
+            watched()
         program.tell("stop")
         said = int(program.hear("^idle").split()[2])
         memory = program.peak_memory()

@@ -123,32 +123,16 @@ def live_sections(build, repetitions, crc):
     return {"live": live.live_section(build, repetitions, crc), "buffer": live.buffer_section(build, repetitions)}
 
 
-def starts(build, repetitions):
+def measured(section, *arguments):
+    """A section of the document, or why there is none."""
     try:
-        return startup.section(build, repetitions)
+        return section(*arguments)
     except (Failed, ImportError, SystemExit) as reason:
-        return [f"Not measured: {reason}"]
-
-
-def answers(build):
-    try:
-        return responsiveness.section(build)
-    except (Failed, ImportError, SystemExit) as reason:
-        return [f"Not measured: {reason}"]
-
-
-def profile(build):
-    try:
-        return hotspots.section(build)
-    except Failed as reason:
         return [f"Not measured: {reason}"]
 
 
 def feed(build):
-    try:
-        _, _, said = cost([build / "bench/feed_bench", str(NETWORKS), str(SWEEPS)])
-    except Failed as reason:
-        return [f"Not measured: {reason}"]
+    _, _, said = cost([build / "bench/feed_bench", str(NETWORKS), str(SWEEPS)])
     times = json.loads(said[said.index("{"):])
     limit = times["plain"]
 
@@ -174,8 +158,8 @@ def document(build, repetitions):
     described = machine(build)
     times = measure_steps(build)
     sections = {"processing": processing(build, repetitions)}
-    sections["startup"] = starts(build, repetitions)
-    sections["responsiveness"] = answers(build)
+    sections["startup"] = measured(startup.section, build, repetitions)
+    sections["responsiveness"] = measured(responsiveness.section, build)
     sections |= live_sections(build, repetitions, times["crc32OfZlib/287"] / 1000)
     return "\n".join([
         "# Performance", "",
@@ -185,24 +169,21 @@ def document(build, repetitions):
         "", "## The machine", "", *commands(["bench/run.py --build build/release --output FILE"]), "", *described,
         "", "## Processing", "", *sections["processing"], "", "## Steps of a frame", "", *steps(times),
         "", "## Live captures", "", *sections["live"],
-        "", "## Where the time goes", "", *profile(build),
+        "", "## Where the time goes", "", *measured(hotspots.section, build),
         "", "## Start and memory", "", *sections["startup"],
         "", "## Answers during a capture", "", *sections["responsiveness"],
-        "", "## The loopback feed", "", *feed(build),
+        "", "## The loopback feed", "", *measured(feed, build),
         "", "## Kernel buffer size", "", *sections["buffer"], "", BUFFER_REASON, ""])
 
 
 def one_section(build, repetitions, wanted):
     if wanted == "processing":
         return processing(build, repetitions)
-    if wanted == "responsiveness":
-        return answers(build)
     if wanted == "startup":
-        return starts(build, repetitions)
-    if wanted == "feed":
-        return feed(build)
-    if wanted == "profile":
-        return profile(build)
+        return measured(startup.section, build, repetitions)
+    of_one_run = {"responsiveness": responsiveness.section, "feed": feed, "profile": hotspots.section}
+    if wanted in of_one_run:
+        return measured(of_one_run[wanted], build)
     times = measure_steps(build)
     if wanted == "steps":
         return steps(times)

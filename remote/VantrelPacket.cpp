@@ -42,7 +42,7 @@ void VantrelPacket::parse() {
         return;
     }
     readBssid(std::span(_data).subspan(frameStart, _data.size() - frameStart - fcsLength));
-    _isValid = _bssidLength > 0;
+    _isValid = !bssid().empty();
 }
 
 // Whether the radio header could be walked to its end.
@@ -77,7 +77,6 @@ void VantrelPacket::readBssid(std::span<const std::uint8_t> frame) {
         const auto address = frame.subspan(bssidOffset, bssidLength);
         std::snprintf(_bssid.data(), _bssid.size(), "%02x:%02x:%02x:%02x:%02x:%02x", address[0], address[1], address[2],
                       address[3], address[4], address[5]);
-        _bssidLength = _bssid.size() - 1;
     }
 }
 

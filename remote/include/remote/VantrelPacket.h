@@ -33,7 +33,7 @@ public:
     void setIsValid(bool isValid) noexcept { _isValid = isValid; }
 
     // Like "00:1a:2b:3c:4d:5e", for as long as the packet stays where it is; empty when there is none.
-    [[nodiscard]] std::string_view bssid() const noexcept { return {_bssid.data(), _bssidLength}; }
+    [[nodiscard]] std::string_view bssid() const noexcept { return _bssid.data(); }
 
     // Always nothing: the frame's header is not kept apart from its data.
     [[nodiscard]] static constexpr const void* header() noexcept { return nullptr; }
@@ -54,7 +54,6 @@ private:
     std::int64_t _noise = 0;
     bool _isValid = false;
     std::array<char, 18> _bssid{}; // in the packet itself: a text of this length would be an allocation a frame
-    std::size_t _bssidLength = 0;
 };
 
 } // namespace vantrel

@@ -5,8 +5,10 @@ rule is to be narrow, and must have been needed once.
 """
 import collections
 import os
+import shutil
 import struct
 import subprocess
+import sys
 import tempfile
 from dataclasses import dataclass
 from pathlib import Path
@@ -211,3 +213,26 @@ class Tally:
             print("%8d  %s: %s" % (self.needed[rule.name], rule.name, rule.reason))
         for case, aspects in self.unexplained[:10]:
             print("unexplained: %s in %s" % (", ".join(sorted(aspects)), case))
+
+
+class Compared:
+    """What holds of every comparison; the class that inherits it has made its tally."""
+
+    def test_every_difference_is_explained(self):
+        self.assertEqual(len(self.tally.unexplained), 0)
+
+    def test_every_rule_is_needed(self):
+        self.assertEqual([name for name, count in self.tally.needed.items() if count == 0], [])
+
+    def test_every_rule_is_told(self):
+        self.assertEqual(self.tally.not_told(), [])
+
+
+def arguments(programs, count, seed):
+    """Of the command line: the paths of so many programs, then how many records, and the seed, where they are given.
+    Without tshark there is nothing to compare with."""
+    if not shutil.which("tshark"):
+        print("tshark is not installed")
+        sys.exit(77)
+    numbers = [int(text) for text in sys.argv[1 + programs:]]
+    return *sys.argv[1:1 + programs], *(numbers + [count, seed][len(numbers):])

@@ -6,7 +6,6 @@ And what the simulated radio writes.
 import binascii
 import os
 import random
-import shutil
 import struct
 import subprocess
 import sys
@@ -14,7 +13,7 @@ import tempfile
 import unittest
 
 import radiotap_headers as headers
-from beside_tshark import RADIOTAP, by_tshark, number, write_capture
+from beside_tshark import RADIOTAP, arguments, by_tshark, number, write_capture
 
 READERS, RECEPTIONS, COUNT, SEED = "", "", 1500, 1
 PAST = "radiotap.data_past_header"
@@ -116,9 +115,5 @@ class AgainstTshark(unittest.TestCase):
 
 
 if __name__ == "__main__":
-    if not shutil.which("tshark"):
-        print("tshark is not installed")
-        sys.exit(77)
-    READERS, RECEPTIONS, *numbers = sys.argv[1:]
-    COUNT, SEED = (int(text) for text in (numbers + [COUNT, SEED][len(numbers):]))
+    READERS, RECEPTIONS, COUNT, SEED = arguments(2, COUNT, SEED)
     unittest.main(argv=sys.argv[:1])

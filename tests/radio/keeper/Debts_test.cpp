@@ -51,6 +51,19 @@ TEST_F(DebtRecordTest, WhatCannotBeReadIsLoggedAndRemoved) {
     }
 }
 
+// Whoever has such an adapter wants it back as well.
+TEST_F(DebtRecordTest, AnUnusualNameIsOneToo) {
+    for (const char* name : {"wlan-\xf0\x9f\x93\xb6", "wlan\xc2\xad", "\xef\xbf\xbd\xef\xbf\xbd", "\"\\\""}) {
+        const Debts debts{.interfaceName = QString::fromUtf8(name),
+                          .address = {},
+                          .raiseLink = true,
+                          .handBack = false,
+                          .p2pDevices = {}};
+        ASSERT_TRUE(record.write(debts));
+        EXPECT_EQ(record.take(), debts) << name;
+    }
+}
+
 // As anything that is no file would, and not for root alone.
 TEST_F(DebtRecordTest, AFolderInItsPlaceIsAFailureOfEveryStep) {
     ASSERT_TRUE(QDir().mkpath(path()));

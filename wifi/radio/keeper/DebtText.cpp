@@ -40,10 +40,12 @@ std::vector<std::uint64_t> numbersOf(const QJsonArray& texts) {
     return numbers;
 }
 
-// The kernel has no longer names. What cannot be printed would reach a terminal through the log.
+// The kernel has no longer names, and lets them be of nearly any bytes: an adapter whose name is unusual must be given
+// back too. Control characters alone are left out, which would drive a terminal through the log.
 bool canBeInterface(const QString& name) {
-    return !name.isEmpty() && name.size() < IFNAMSIZ &&
-           std::all_of(name.begin(), name.end(), [](QChar character) { return character.isPrint(); });
+    return !name.isEmpty() && name.size() < IFNAMSIZ && std::none_of(name.begin(), name.end(), [](QChar character) {
+        return character.category() == QChar::Other_Control;
+    });
 }
 
 bool canBeAddress(const QString& address) {
